@@ -1,0 +1,12 @@
+// tavrin_utils.h - umbrella header of the tavrin utilities library.
+//
+// Includes every portable public header, so code that includes only this
+// file sees the whole interface. Platform-layer and internal headers are not
+// included.
+#pragma once
+
+#include "common/utils/allocator.h"
+#include "common/utils/convertutf.h"
+#include "common/utils/export.h"
+#include "common/utils/unichar.h"
+#include "common/utils/ustring.h"

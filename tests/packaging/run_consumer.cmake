@@ -1,0 +1,57 @@
+# Builds and runs the consumer program in one of three ways (MODE):
+#   find_package      install the built tree into a prefix, then find_package(TavrinUtils)
+#   pkg_config        install likewise, then compile with `pkg-config --cflags --libs tavrin-utils`
+#   add_subdirectory  pull the source tree in with add_subdirectory (no tests, tools, benchmarks)
+set(prefix ${WORK_DIR}/prefix)
+set(build ${WORK_DIR}/${MODE})
+file(REMOVE_RECURSE ${build})
+file(MAKE_DIRECTORY ${build})
+
+function(run)
+  execute_process(COMMAND ${ARGV} RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
+  if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "failed (${rc}): ${ARGV}\n${out}\n${err}")
+  endif()
+  set(LAST_OUTPUT "${out}" PARENT_SCOPE)
+endfunction()
+
+if(MODE STREQUAL "find_package" OR MODE STREQUAL "pkg_config")
+  run(${CMAKE_COMMAND} --install ${TAVRIN_BINARY_DIR} --prefix ${prefix})
+endif()
+
+if(MODE STREQUAL "find_package")
+  run(${CMAKE_COMMAND} -S ${CONSUMER_SOURCE_DIR} -B ${build} -DCONSUMER_MODE=find_package
+      -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_CXX_COMPILER=${CXX_COMPILER})
+  run(${CMAKE_COMMAND} --build ${build})
+  set(exe ${build}/consumer)
+elseif(MODE STREQUAL "add_subdirectory")
+  run(${CMAKE_COMMAND} -S ${CONSUMER_SOURCE_DIR} -B ${build} -DCONSUMER_MODE=add_subdirectory
+      -DTAVRIN_SOURCE_DIR=${TAVRIN_SOURCE_DIR} -DTAVRIN_PLATFORM=${TAVRIN_PLATFORM}
+      -DCMAKE_CXX_COMPILER=${CXX_COMPILER})
+  run(${CMAKE_COMMAND} --build ${build} --parallel 2)
+  # Embedding must not build the project's own tests, tools or benchmarks.
+  file(GLOB_RECURSE stray ${build}/tavrin/tests/*_test ${build}/tavrin/tools/tavrin/tavrin)
+  if(stray)
+    message(FATAL_ERROR "add_subdirectory built test or tool targets: ${stray}")
+  endif()
+  set(exe ${build}/consumer)
+elseif(MODE STREQUAL "pkg_config")
+  find_program(PKG_CONFIG pkg-config REQUIRED)
+  set(ENV{PKG_CONFIG_PATH} "${prefix}/lib/pkgconfig:${prefix}/lib/x86_64-linux-gnu/pkgconfig:${prefix}/lib64/pkgconfig")
+  run(${PKG_CONFIG} --cflags --libs tavrin-utils)
+  string(STRIP "${LAST_OUTPUT}" flags)
+  separate_arguments(flags UNIX_COMMAND "${flags}")
+  run(${CXX_COMPILER} ${CONSUMER_SOURCE_DIR}/main.cpp -o ${build}/consumer ${flags})
+  set(exe ${build}/consumer)
+  file(GLOB libdirs LIST_DIRECTORIES true ${prefix}/lib ${prefix}/lib64 ${prefix}/lib/x86_64-linux-gnu)
+  string(REPLACE ";" ":" libpath "${libdirs}")
+  set(ENV{LD_LIBRARY_PATH} "${libpath}")
+else()
+  message(FATAL_ERROR "unknown MODE ${MODE}")
+endif()
+
+run(${exe})
+if(NOT LAST_OUTPUT MATCHES "consumer ok")
+  message(FATAL_ERROR "consumer printed: ${LAST_OUTPUT}")
+endif()
+message(STATUS "${MODE}: ${LAST_OUTPUT}")

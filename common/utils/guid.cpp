@@ -320,7 +320,9 @@ bool Guid::FromCanonicalString(const std::string& text, Guid& out) {
 bool Guid::FromCanonicalString(const tavrin_ustring& text, Guid& out) {
   return ScanCanonical(Utf8View(text).c_str(), out);
 }
-bool Guid::FromCanonicalString(const char* text, Guid& out) { return ScanCanonical(text, out); }
+bool Guid::FromCanonicalString(const char* text, Guid& out) {
+  return ScanCanonical(text, out);
+}
 
 bool Guid::FromBase64String(const std::string& text, Guid& out) {
   return ParseBase64(text.data(), text.size(), out);
@@ -355,26 +357,42 @@ bool Guid::FromString(const char* text, Guid& out) {
   return text != nullptr && ParseAny(text, LengthUpTo(text, 23), out);
 }
 
-bool Guid::SetFromString(const std::string& text) { return FromString(text, *this); }
-bool Guid::SetFromString(const tavrin_ustring& text) { return FromString(text, *this); }
-bool Guid::SetFromString(const char* text) { return FromString(text, *this); }
+bool Guid::SetFromString(const std::string& text) {
+  return FromString(text, *this);
+}
+bool Guid::SetFromString(const tavrin_ustring& text) {
+  return FromString(text, *this);
+}
+bool Guid::SetFromString(const char* text) {
+  return FromString(text, *this);
+}
 bool Guid::SetFromCanonicalString(const std::string& text) {
   return FromCanonicalString(text, *this);
 }
 bool Guid::SetFromCanonicalString(const tavrin_ustring& text) {
   return FromCanonicalString(text, *this);
 }
-bool Guid::SetFromCanonicalString(const char* text) { return FromCanonicalString(text, *this); }
-bool Guid::SetFromBase64String(const std::string& text) { return FromBase64String(text, *this); }
+bool Guid::SetFromCanonicalString(const char* text) {
+  return FromCanonicalString(text, *this);
+}
+bool Guid::SetFromBase64String(const std::string& text) {
+  return FromBase64String(text, *this);
+}
 bool Guid::SetFromBase64String(const tavrin_ustring& text) {
   return FromBase64String(text, *this);
 }
-bool Guid::SetFromBase64String(const char* text) { return FromBase64String(text, *this); }
-bool Guid::SetFromBase85String(const std::string& text) { return FromBase85String(text, *this); }
+bool Guid::SetFromBase64String(const char* text) {
+  return FromBase64String(text, *this);
+}
+bool Guid::SetFromBase85String(const std::string& text) {
+  return FromBase85String(text, *this);
+}
 bool Guid::SetFromBase85String(const tavrin_ustring& text) {
   return FromBase85String(text, *this);
 }
-bool Guid::SetFromBase85String(const char* text) { return FromBase85String(text, *this); }
+bool Guid::SetFromBase85String(const char* text) {
+  return FromBase85String(text, *this);
+}
 
 bool Guid::StringIsGUID(const std::string& text) {
   Guid scratch;

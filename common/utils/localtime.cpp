@@ -30,7 +30,8 @@ int OffsetMinutes(double offsetHours) {
 }
 
 tavrin_ustring FormatWith(const Time& t, const tavrin_ustring& format, const char* fallback) {
-  const std::string text = format.empty() ? t.FormatGmt(fallback) : t.FormatGmt(format.utf8().c_str());
+  const std::string text =
+      format.empty() ? t.FormatGmt(fallback) : t.FormatGmt(format.utf8().c_str());
   return tavrin_ustring(text);
 }
 
@@ -54,7 +55,9 @@ CLocalTime::CLocalTime(int year, int month1, int day, int hour, int minute, int 
 
 CLocalTime::CLocalTime(Time t) : m_time(t) {}
 
-Time CLocalTime::GetTime() const { return m_time; }
+Time CLocalTime::GetTime() const {
+  return m_time;
+}
 
 CLocalTime CLocalTime::GetDefaultTime() {
   struct tm now;
@@ -105,7 +108,9 @@ bool CLocalTime::IsLeapYear() const {
   return (static_cast<long long>(GetYear()) - 1900) % 4 == 0;
 }
 
-int CLocalTime::GetDaysInYear() const { return IsLeapYear() ? 366 : 365; }
+int CLocalTime::GetDaysInYear() const {
+  return IsLeapYear() ? 366 : 365;
+}
 
 int CLocalTime::GetDayOfYear() const {
   struct tm tm;

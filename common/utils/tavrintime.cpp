@@ -31,7 +31,9 @@ bool LocalFields(time_t t, struct tm& out) {
   return ::localtime_r(&t, &out) != nullptr;
 }
 
-bool GmtFields(time_t t, struct tm& out) { return ::gmtime_r(&t, &out) != nullptr; }
+bool GmtFields(time_t t, struct tm& out) {
+  return ::gmtime_r(&t, &out) != nullptr;
+}
 
 // The start value of the ISO parser: 1900-01-01 00:00:00, daylight saving
 // left to mktime.
@@ -82,7 +84,9 @@ int ScanIso(const char* text, int (&v)[6]) {
   return 6;
 }
 
-time_t Now() { return std::time(nullptr); }
+time_t Now() {
+  return std::time(nullptr);
+}
 
 }  // namespace
 
@@ -154,7 +158,9 @@ bool Time::SetFromGmtString(const tavrin_ustring& text) {
   return false;
 }
 
-time_t Time::GetDATE() const { return m_time; }
+time_t Time::GetDATE() const {
+  return m_time;
+}
 
 time_t Time::GetLocalTime() const {
   struct tm tm;

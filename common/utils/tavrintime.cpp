@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "common/utils/internal/tavrintime_internal.h"
 #include "common/utils/ustring.h"
 
 namespace tavrin::utils {
@@ -69,26 +70,30 @@ bool ScanInt(const char*& p, int& out) {
   return true;
 }
 
-// Scans "%d-%d-%dT%d:%d:%d" (the trailing "Z" of UTC text needs no match:
-// it follows the last number). Returns how many numbers were read.
-int ScanIso(const char* text, int (&v)[6]) {
+time_t Now() {
+  return std::time(nullptr);
+}
+
+}  // namespace
+
+namespace detail {
+
+// The trailing "Z" of UTC text needs no match: it follows the last number.
+int ScanIso8601(const char* text, int (&fields)[6]) {
   static const char kSeparators[] = "--T::";
+  if (text == nullptr) return 0;
   const char* p = text;
   for (int i = 0; i < 6; ++i) {
     if (i > 0) {
       if (*p != kSeparators[i - 1]) return i;
       ++p;
     }
-    if (!ScanInt(p, v[i])) return i;
+    if (!ScanInt(p, fields[i])) return i;
   }
   return 6;
 }
 
-time_t Now() {
-  return std::time(nullptr);
-}
-
-}  // namespace
+}  // namespace detail
 
 Time::Time() : m_time(0) {}
 
@@ -115,7 +120,7 @@ Time::Time(const char* iso8601) {
   const bool utc = iso8601[std::strlen(iso8601) - 1] == 'Z';
   struct tm tm = IsoStart();
   int v[6];
-  if (ScanIso(iso8601, v) == 6) {
+  if (detail::ScanIso8601(iso8601, v) == 6) {
     tm.tm_year = SubtractClamped(v[0], 1900);
     tm.tm_mon = SubtractClamped(v[1], 1);
     tm.tm_mday = v[2];

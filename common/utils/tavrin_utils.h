@@ -11,5 +11,7 @@
 #include "common/utils/export.h"
 #include "common/utils/history.h"
 #include "common/utils/mutex.h"
+#include "common/utils/notificationcenter.h"
+#include "common/utils/osutils.h"
 #include "common/utils/unichar.h"
 #include "common/utils/ustring.h"

@@ -110,6 +110,12 @@ bool ScanCanonical(const char* text, Guid& out) {
     out = g;
     return true;
   }
+  // Both formats hold four literal "-" that must all match before the last
+  // fields are read, so text with fewer hyphens (every base-64 text, nearly
+  // every base-85 text) cannot give 11 fields: skip the scan.
+  int hyphens = 0;
+  for (const char* p = text; *p != '\0' && hyphens < 4; ++p) hyphens += *p == '-';
+  if (hyphens < 4) return false;
   unsigned int f[11];
   static const char kFormat[] = "%08x-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x";
   static const char kBraced[] = "{%08x-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x}";

@@ -29,7 +29,8 @@ using tavrin::utils::tavrin_ustring;
 // The platform formatter behind tavrin_ustring::FormatVPlatform: formats
 // `length` UTF-16 units of `format` (no terminator needed) with `args` in
 // printf style and stores the UTF-16 result in `out`. `args` is read through
-// a copy; the caller still owns and ends it. `out` must not alias `format`.
+// a copy; the caller still owns and ends it. `out` may be the string that
+// holds `format` or an argument: it is written only after all is read.
 //
 // Accepted: positional "%n$" (then every conversion, "*" width and "*"
 // precision must be numbered "*m$", and positions 1..max must all be used)

@@ -7,6 +7,9 @@
 // copying everything after "%n" until a "$", RemovePositionalFormats losing a
 // trailing "%n" digit) are relied on by existing format strings and stay.
 #include <cstdarg>
+#include <cstddef>
+#include <cstring>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -33,114 +36,160 @@ unsigned short SwapStringConversion(unsigned short c) {
   return c;
 }
 
-}  // namespace
+// Scratch units for a rewritten format: on the stack for ordinary formats,
+// on the heap for long ones.
+class Scratch {
+ public:
+  explicit Scratch(std::size_t n) {
+    if (n > kInline) {
+      heap_.reset(new unsigned short[n]);
+      data_ = heap_.get();
+    }
+  }
+  Scratch(const Scratch&) = delete;
+  Scratch& operator=(const Scratch&) = delete;
+  unsigned short* data() { return data_; }
 
-tavrin_ustring tavrin_ustring::FixWindowsPositionalFormats(const tavrin_ustring& fmt) {
+ private:
+  static constexpr std::size_t kInline = 256;
+  unsigned short inline_[kInline];
+  std::unique_ptr<unsigned short[]> heap_;
+  unsigned short* data_ = inline_;
+};
+
+// The most units FixInserts can write for `n` input units: a space after an
+// insert digit becomes "$s " and the end may add "$s".
+std::size_t FixInsertsBound(std::size_t n) {
+  return 3 * n + 2;
+}
+
+// Message-resource inserts to positional printf. States: Plain,
+// AfterPercent, AfterNumber (a "%" and one digit "1".."9" copied),
+// InsideBang. Writes to `out` (room for FixInsertsBound(n) units) and
+// returns the number of units written.
+std::size_t FixInserts(const unsigned short* in, std::size_t n, unsigned short* out) {
   enum class State { kPlain, kAfterPercent, kAfterNumber, kInsideBang };
-  tavrin_ustring result;
-  const size_type n = fmt.size();
-  if (n == 0) return result;
-  string_type& out = result.str_;
-  // Each insert grows by at most two units ("%1" -> "%1$s").
-  out.reserve(n + 8);
-  const unsigned short* in = fmt.data();
+  unsigned short* o = out;
   State state = State::kPlain;
-  for (size_type i = 0; i < n; ++i) {
+  for (std::size_t i = 0; i < n; ++i) {
     const unsigned short c = in[i];
     switch (state) {
-      case State::kPlain:
-        out.push_back(c);
-        if (c == kPercent) state = State::kAfterPercent;
+      case State::kPlain: {
+        // Plain text up to the next "%" is copied as one run.
+        const std::size_t end = detail::FindPercentUnit(in, i, n);
+        std::memcpy(o, in + i, (end - i) * sizeof(unsigned short));
+        o += end - i;
+        if (end == n) return static_cast<std::size_t>(o - out);
+        *o++ = kPercent;
+        i = end;
+        state = State::kAfterPercent;
         break;
+      }
       case State::kAfterPercent:
-        out.push_back(c);
+        *o++ = c;
         state = IsInsertDigit(c) ? State::kAfterNumber : State::kPlain;
         break;
       case State::kAfterNumber:
         if (c == u' ') {
-          out.push_back(u'$');
-          out.push_back(u's');
-          out.push_back(u' ');
+          *o++ = u'$';
+          *o++ = u's';
+          *o++ = u' ';
         } else if (c == u'.') {
           // "%1.5" is a width and precision, "%1." ends a sentence.
           if (i + 1 < n && IsDecimalDigit(in[i + 1])) {
-            out.push_back(u'.');
+            *o++ = u'.';
           } else {
-            out.push_back(u'$');
-            out.push_back(u's');
-            out.push_back(u'.');
+            *o++ = u'$';
+            *o++ = u's';
+            *o++ = u'.';
           }
         } else if (c == u'!') {
-          out.push_back(u'$');
+          *o++ = u'$';
           state = State::kInsideBang;
           break;
         } else {
-          out.push_back(c);
+          // A second digit, a letter, another "%": copied, and no insert.
+          *o++ = c;
         }
         state = State::kPlain;
         break;
       case State::kInsideBang:
+        // The closing "!" is dropped; an unterminated one stays as copied.
         if (c == u'!') {
           state = State::kPlain;
         } else {
-          out.push_back(c);
+          *o++ = c;
         }
         break;
     }
   }
   if (state == State::kAfterNumber) {
-    out.push_back(u'$');
-    out.push_back(u's');
+    *o++ = u'$';
+    *o++ = u's';
   }
-  return result;
+  return static_cast<std::size_t>(o - out);
 }
 
-tavrin_ustring tavrin_ustring::ReverseStringFormats(const tavrin_ustring& fmt) {
+// Exchanges "s" and "S" directly after "%" or after the "$" of "%n...$", in
+// place (the length never changes). States: Plain, AfterPercent,
+// AfterNumber, AfterDollar.
+void ExchangeStringConversions(unsigned short* p, std::size_t n) {
   enum class State { kPlain, kAfterPercent, kAfterNumber, kAfterDollar };
-  tavrin_ustring result;
-  const size_type n = fmt.size();
-  if (n == 0) return result;
-  string_type& out = result.str_;
-  out.reserve(n);
-  const unsigned short* in = fmt.data();
   State state = State::kPlain;
-  for (size_type i = 0; i < n; ++i) {
-    const unsigned short c = in[i];
+  for (std::size_t i = 0; i < n; ++i) {
+    const unsigned short c = p[i];
     switch (state) {
       case State::kPlain:
-        out.push_back(c);
-        if (c == kPercent) state = State::kAfterPercent;
+        i = detail::FindPercentUnit(p, i, n);
+        if (i < n) state = State::kAfterPercent;
         break;
       case State::kAfterPercent:
         if (IsInsertDigit(c)) {
-          out.push_back(c);
           state = State::kAfterNumber;
         } else {
-          out.push_back(SwapStringConversion(c));
+          p[i] = SwapStringConversion(c);
           state = State::kPlain;
         }
         break;
       case State::kAfterNumber:
-        // Everything up to the "$" is copied unchanged, however far it is.
-        out.push_back(c);
+        // Everything up to the "$" stays unchanged, however far it is.
         if (c == u'$') state = State::kAfterDollar;
         break;
       case State::kAfterDollar:
-        out.push_back(SwapStringConversion(c));
+        p[i] = SwapStringConversion(c);
         state = State::kPlain;
         break;
     }
   }
+}
+
+}  // namespace
+
+tavrin_ustring tavrin_ustring::FixWindowsPositionalFormats(const tavrin_ustring& fmt) {
+  tavrin_ustring result;
+  const size_type n = fmt.size();
+  if (n == 0) return result;
+  Scratch scratch(FixInsertsBound(n));
+  const std::size_t written = FixInserts(fmt.data(), n, scratch.data());
+  result.str_.assign(scratch.data(), written);
+  return result;
+}
+
+tavrin_ustring tavrin_ustring::ReverseStringFormats(const tavrin_ustring& fmt) {
+  tavrin_ustring result(fmt);
+  ExchangeStringConversions(result.str_.data(), result.str_.size());
   return result;
 }
 
 tavrin_ustring tavrin_ustring::RemovePositionalFormats(const tavrin_ustring& fmt) {
+  // States: Plain, AfterPercent, AfterNumber; one remembered digit. The
+  // output is never longer than the input.
   enum class State { kPlain, kAfterPercent, kAfterNumber };
   tavrin_ustring result;
   const size_type n = fmt.size();
   if (n == 0) return result;
-  string_type& out = result.str_;
-  out.reserve(n);
+  Scratch scratch(n);
+  unsigned short* o = scratch.data();
   const unsigned short* in = fmt.data();
   State state = State::kPlain;
   unsigned short digit = 0;
@@ -148,28 +197,29 @@ tavrin_ustring tavrin_ustring::RemovePositionalFormats(const tavrin_ustring& fmt
     const unsigned short c = in[i];
     switch (state) {
       case State::kPlain:
-        out.push_back(c);
+        *o++ = c;
         if (c == kPercent) state = State::kAfterPercent;
         break;
       case State::kAfterPercent:
         if (IsInsertDigit(c)) {
-          digit = c;
+          digit = c;  // held back until the next unit says what it is
           state = State::kAfterNumber;
         } else {
-          out.push_back(c);
+          *o++ = c;
           state = State::kPlain;
         }
         break;
       case State::kAfterNumber:
         if (c != u'$') {
-          out.push_back(digit);
-          out.push_back(c);
+          *o++ = digit;
+          *o++ = c;
         }
         state = State::kPlain;
         break;
     }
   }
-  // A digit still remembered here is dropped: "abc %1" gives "abc %".
+  // A digit still held back here is dropped: "abc %1" gives "abc %".
+  result.str_.assign(scratch.data(), static_cast<std::size_t>(o - scratch.data()));
   return result;
 }
 
@@ -182,8 +232,12 @@ void tavrin_ustring::Format(tavrin_ustring fmt, ...) {
 
 void tavrin_ustring::FormatV(const tavrin_ustring& fmt, va_list args) {
   if (fmt.empty()) return;
-  const tavrin_ustring platform_format = ReverseStringFormats(FixWindowsPositionalFormats(fmt));
-  FormatVPlatform(platform_format, args);
+  // ReverseStringFormats(FixWindowsPositionalFormats(fmt)), built in scratch
+  // units instead of two temporary strings, then the platform step.
+  Scratch scratch(FixInsertsBound(fmt.size()));
+  const std::size_t n = FixInserts(fmt.data(), fmt.size(), scratch.data());
+  ExchangeStringConversions(scratch.data(), n);
+  if (!platform::FormatUtf16V(scratch.data(), n, args, *this)) str_.clear();
 }
 
 tavrin_ustring tavrin_ustring::GetFormatted(tavrin_ustring fmt, ...) {
@@ -197,13 +251,9 @@ tavrin_ustring tavrin_ustring::GetFormatted(tavrin_ustring fmt, ...) {
 
 void tavrin_ustring::FormatVPlatform(const tavrin_ustring& fmt, va_list args) {
   if (fmt.empty()) return;
-  // Formatted into a fresh string first: `fmt` may be this very string.
-  tavrin_ustring result;
-  if (!platform::FormatUtf16V(fmt.data(), fmt.size(), args, result)) {
-    str_.clear();
-    return;
-  }
-  str_.swap(result.str_);
+  // The platform formatter writes this string only after reading `fmt` and
+  // every argument, so `fmt` may be this very string.
+  if (!platform::FormatUtf16V(fmt.data(), fmt.size(), args, *this)) str_.clear();
 }
 
 namespace detail {

@@ -12,6 +12,9 @@
 // the no-argument mode turns it into "40% done". A trailing single "%" stays.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -33,5 +36,25 @@ TAVRIN_EXPORT tavrin_ustring FormatWithoutArguments(const tavrin_ustring& text);
 // is never part of a multi-byte sequence). Bytes are not validated; zero
 // bytes inside `text` are ordinary.
 TAVRIN_EXPORT std::string FormatWithoutArgumentsUtf8(std::string_view text);
+
+// FindPercentUnit()
+//
+// Index of the first "%" unit in p[i, n), or `n` when there is none. Shared
+// by the rewriting functions and the formatter, which spend most of their
+// time skipping plain text: four units are tested at a time.
+inline std::size_t FindPercentUnit(const unsigned short* p, std::size_t i, std::size_t n) {
+  constexpr std::uint64_t kOnes = 0x0001000100010001ULL;
+  constexpr std::uint64_t kHighs = 0x8000800080008000ULL;
+  constexpr std::uint64_t kPercents = 0x0025002500250025ULL;
+  while (n - i >= 4) {
+    std::uint64_t word;
+    std::memcpy(&word, p + i, sizeof(word));
+    const std::uint64_t x = word ^ kPercents;  // a "%" unit becomes zero
+    if (((x - kOnes) & ~x & kHighs) != 0) break;
+    i += 4;
+  }
+  while (i < n && p[i] != u'%') ++i;
+  return i;
+}
 
 }  // namespace tavrin::utils::detail

@@ -28,6 +28,7 @@
 #include <type_traits>
 
 #include "common/utils/convertutf.h"
+#include "common/utils/internal/format_internal.h"
 #include "common/utils/platform.h"
 #include "common/utils/ustring.h"
 
@@ -82,6 +83,61 @@ class SmallVector {
   T* data_ = inline_;
   std::size_t size_ = 0;
   std::size_t capacity_ = N;
+};
+
+// The text being built: units in a stack buffer that moves to the heap when
+// it fills. Copied into the target string once, at the end, so the target
+// may be the string that holds the format or an argument.
+class OutBuffer {
+ public:
+  OutBuffer() = default;
+  OutBuffer(const OutBuffer&) = delete;
+  OutBuffer& operator=(const OutBuffer&) = delete;
+
+  std::size_t size() const { return size_; }
+  const unsigned short* data() const { return data_; }
+
+  // Room for `n` more units, returned for the caller to fill.
+  unsigned short* Extend(std::size_t n) {
+    if (n > capacity_ - size_) Grow(n);
+    unsigned short* p = data_ + size_;
+    size_ += n;
+    return p;
+  }
+  void Truncate(std::size_t n) {
+    if (n < size_) size_ = n;
+  }
+  void Push(unsigned short unit) { *Extend(1) = unit; }
+  void Append(const unsigned short* units, std::size_t n) {
+    if (n != 0) std::memcpy(Extend(n), units, n * sizeof(unsigned short));
+  }
+  void Fill(std::size_t n, unsigned short unit) {
+    unsigned short* p = Extend(n);
+    for (std::size_t i = 0; i < n; ++i) p[i] = unit;
+  }
+  void AppendAscii(const char* s, std::size_t n) {
+    unsigned short* p = Extend(n);
+    for (std::size_t i = 0; i < n; ++i) p[i] = static_cast<unsigned char>(s[i]);
+  }
+
+ private:
+  void Grow(std::size_t more) {
+    if (more > SIZE_MAX / sizeof(unsigned short) - size_) throw std::bad_alloc();
+    std::size_t cap = capacity_ * 2;
+    if (cap < size_ + more) cap = size_ + more;
+    std::unique_ptr<unsigned short[]> bigger(new unsigned short[cap]);
+    std::memcpy(bigger.get(), data_, size_ * sizeof(unsigned short));
+    heap_ = std::move(bigger);
+    data_ = heap_.get();
+    capacity_ = cap;
+  }
+
+  static constexpr std::size_t kInline = 512;
+  unsigned short inline_[kInline];
+  std::unique_ptr<unsigned short[]> heap_;
+  unsigned short* data_ = inline_;
+  std::size_t size_ = 0;
+  std::size_t capacity_ = kInline;
 };
 
 // How an argument is read from the va_list. Integer kinds are named by the
@@ -204,10 +260,8 @@ bool Parser::Parse(SmallVector<Spec, 16>& specs, SmallVector<ArgKind, 16>& kinds
   if (max_position_ > UINT32_MAX) max_position_ = UINT32_MAX;
   std::size_t literal_begin = 0;
   while (i_ < n_) {
-    if (f_[i_] != u'%') {
-      ++i_;
-      continue;
-    }
+    i_ = tavrin::utils::detail::FindPercentUnit(f_, i_, n_);
+    if (i_ == n_) break;
     Spec s{};
     s.literal_begin = static_cast<std::uint32_t>(literal_begin);
     s.literal_end = static_cast<std::uint32_t>(i_);
@@ -417,21 +471,18 @@ class CLocaleScope {
   locale_t previous_ = nullptr;
 };
 
-void AppendAscii(Units& out, const char* s, std::size_t n) {
-  const std::size_t old = out.size();
-  out.resize(old + n);
-  unsigned short* d = out.data() + old;
-  for (std::size_t i = 0; i < n; ++i) d[i] = static_cast<unsigned char>(s[i]);
+void AppendAscii(OutBuffer& out, const char* s, std::size_t n) {
+  out.AppendAscii(s, n);
 }
 
-void AppendRepeated(Units& out, std::size_t n, unsigned short unit) {
-  if (n != 0) out.append(n, unit);
+void AppendRepeated(OutBuffer& out, std::size_t n, unsigned short unit) {
+  out.Fill(n, unit);
 }
 
 // Writes a number laid out as sign, prefix, zeros, digits, padded to
 // `width`: spaces on the left, on the right with '-', or zeros after the
 // prefix when `zero_pad` holds.
-void AppendNumber(Units& out, const char* sign_and_prefix, std::size_t prefix_len,
+void AppendNumber(OutBuffer& out, const char* sign_and_prefix, std::size_t prefix_len,
                   std::size_t leading_zeros, const char* digits, std::size_t digit_count,
                   std::size_t width, bool left, bool zero_pad) {
   const std::size_t total = prefix_len + leading_zeros + digit_count;
@@ -454,17 +505,17 @@ Padding PadFor(std::size_t count, std::size_t width, bool left) {
   return p;
 }
 
-void AppendUnits(Units& out, const unsigned short* units, std::size_t n, std::size_t width,
+void AppendUnits(OutBuffer& out, const unsigned short* units, std::size_t n, std::size_t width,
                  bool left) {
   const Padding pad = PadFor(n, width, left);
   AppendRepeated(out, pad.before, u' ');
-  if (n != 0) out.append(units, n);
+  out.Append(units, n);
   AppendRepeated(out, pad.after, u' ');
 }
 
 // Zero-terminated (or `precision`-bounded) UTF-8 decoded with the library's
 // converter; a byte sequence that is not valid UTF-8 inserts nothing.
-void AppendUtf8(Units& out, const char* s, int precision, std::size_t width, bool left) {
+void AppendUtf8(OutBuffer& out, const char* s, int precision, std::size_t width, bool left) {
   std::size_t n = 0;
   if (precision < 0) {
     n = std::strlen(s);
@@ -499,12 +550,11 @@ void AppendUtf8(Units& out, const char* s, int precision, std::size_t width, boo
   AppendRepeated(out, pad.before, u' ');
   if (needed > 0) {
     const std::size_t old = out.size();
-    out.resize(old + static_cast<std::size_t>(needed));
-    UTF16* target = out.data() + old;
+    UTF16* target = out.Extend(static_cast<std::size_t>(needed));
     const UTF8* source = begin;
     if (ConvertUTF8toUTF16(&source, end, &target, target + needed, lenientConversion) !=
         conversionOK) {
-      out.resize(old);  // not reached: the measure above said it converts
+      out.Truncate(old);  // not reached: the measure above said it converts
     }
   }
   AppendRepeated(out, pad.after, u' ');
@@ -512,25 +562,24 @@ void AppendUtf8(Units& out, const char* s, int precision, std::size_t width, boo
 
 // UTF-32 values converted leniently (surrogates carried, values above
 // U+10FFFF become U+FFFD).
-void AppendUtf32(Units& out, const UTF32* s, std::size_t n, std::size_t width, bool left) {
+void AppendUtf32(OutBuffer& out, const UTF32* s, std::size_t n, std::size_t width, bool left) {
   const int counted = n == 0 ? 0 : SizeNeededForUTF32To16(s, s + n, lenientConversion);
   const std::size_t needed = counted < 0 ? 0 : static_cast<std::size_t>(counted);
   const Padding pad = PadFor(needed, width, left);
   AppendRepeated(out, pad.before, u' ');
   if (needed != 0) {
     const std::size_t old = out.size();
-    out.resize(old + needed);
-    UTF16* target = out.data() + old;
+    UTF16* target = out.Extend(needed);
     const UTF32* source = s;
     if (ConvertUTF32toUTF16(&source, s + n, &target, target + needed, lenientConversion) !=
         conversionOK) {
-      out.resize(old);
+      out.Truncate(old);  // not reached: the measure above said it converts
     }
   }
   AppendRepeated(out, pad.after, u' ');
 }
 
-void AppendInteger(Units& out, const Spec& s, char conv, unsigned long long magnitude,
+void AppendInteger(OutBuffer& out, const Spec& s, char conv, unsigned long long magnitude,
                    bool negative, int width, int precision) {
   char digits[32];
   char* end = digits + sizeof(digits);
@@ -574,7 +623,7 @@ void AppendInteger(Units& out, const Spec& s, char conv, unsigned long long magn
 }
 
 // "%p": "(nil)" for null, otherwise like "%#lx" (sign flags honoured).
-void AppendPointer(Units& out, const Spec& s, const void* value, int width, int precision) {
+void AppendPointer(OutBuffer& out, const Spec& s, const void* value, int width, int precision) {
   const bool left = (s.flags & kFlagLeft) != 0;
   if (value == nullptr) {
     static const unsigned short kNil[] = {u'(', u'n', u'i', u'l', u')'};
@@ -609,7 +658,7 @@ void AppendPointer(Units& out, const Spec& s, const void* value, int width, int 
 
 // Floating point: the digits from snprintf, the width applied here.
 template <class Float>
-bool AppendFloat(Units& out, const Spec& s, Float value, int width, int precision,
+bool AppendFloat(OutBuffer& out, const Spec& s, Float value, int width, int precision,
                  CLocaleScope& locale) {
   char spec[24];
   std::size_t k = 0;
@@ -656,14 +705,14 @@ bool AppendFloat(Units& out, const Spec& s, Float value, int width, int precisio
   return true;
 }
 
-bool WriteConversion(Units& out, const Spec& s, const ArgValue* args, CLocaleScope& locale) {
+bool WriteConversion(OutBuffer& out, const Spec& s, const ArgValue* args, CLocaleScope& locale) {
   switch (s.conversion) {
     case '%':
-      out.push_back(u'%');
+      out.Push(u'%');
       return true;
     case '@':
-      out.push_back(u'%');
-      out.push_back(u'@');
+      out.Push(u'%');
+      out.Push(u'@');
       return true;
     default:
       break;
@@ -841,16 +890,21 @@ bool WriteConversion(Units& out, const Spec& s, const ArgValue* args, CLocaleSco
 
 bool FormatUtf16V(const unsigned short* format, unsigned long length, va_list args,
                   tavrin_ustring& out) {
+  // `out` may hold the format or an argument: it is only written at the end.
   Units& result = out.str();
-  result.clear();
-  if (format == nullptr || length == 0) return true;
+  if (format == nullptr || length == 0) {
+    result.clear();
+    return true;
+  }
 
   SmallVector<Spec, 16> specs;
   SmallVector<ArgKind, 16> kinds;
   std::size_t tail = 0;
-  if (length > UINT32_MAX) return false;
   Parser parser(format, length);
-  if (!parser.Parse(specs, kinds, tail)) return false;
+  if (length > UINT32_MAX || !parser.Parse(specs, kinds, tail)) {
+    result.clear();
+    return false;
+  }
 
   SmallVector<ArgValue, 16> values;
   values.GrowTo(kinds.size(), ArgValue{});
@@ -884,19 +938,23 @@ bool FormatUtf16V(const unsigned short* format, unsigned long length, va_list ar
     va_end(ap);
   }
 
-  result.reserve(length + 16 * specs.size());
+  OutBuffer text;
   CLocaleScope locale;
   for (std::size_t k = 0; k < specs.size(); ++k) {
     const Spec& s = specs[k];
-    if (s.literal_end > s.literal_begin) {
-      result.append(format + s.literal_begin, s.literal_end - s.literal_begin);
-    }
-    if (!WriteConversion(result, s, &values[0], locale)) {
+    text.Append(format + s.literal_begin, s.literal_end - s.literal_begin);
+    if (!WriteConversion(text, s, &values[0], locale)) {
       result.clear();
       return false;
     }
   }
-  if (tail < length) result.append(format + tail, length - tail);
+  text.Append(format + tail, length - tail);
+  // One copy into storage of exactly the final size.
+  if (text.size() == 0) {
+    result.clear();
+  } else {
+    result.assign(text.data(), text.size());
+  }
   return true;
 }
 

@@ -509,6 +509,34 @@ TEST(UstringFormatTest, VeryLongOutput) {
   EXPECT_EQ(eight[100000], 0x20AC);
 }
 
+TEST(UstringFormatTest, LongFormatWithManyInserts) {
+  // Long enough that the rewritten format no longer fits the stack scratch.
+  std::u16string format;
+  std::string expected;
+  for (int i = 0; i < 400; ++i) {
+    format += u"%1 %2!d! ";
+    expected += "ab " + std::to_string(-7) + " ";
+  }
+  const tavrin_ustring arg(u"ab");
+  EXPECT_EQ(tavrin_ustring::GetFormatted(format.c_str(), arg.c_str(), -7).utf8(), expected);
+}
+
+TEST(UstringFormatTest, FindPercentUnitMatchesPlainScan) {
+  const std::uint32_t seed = tavrin::test::TestSeed();
+  SCOPED_TRACE(testing::Message() << "seed " << seed);
+  std::mt19937 rng(seed);
+  // Units that differ from "%" (0x25) in one lane bit or by a borrow.
+  const unsigned short units[] = {u'a', 0x24, 0x26, 0x2525, 0x0125, 0x2500, 0xFFFF, 0, 0x8025};
+  for (int round = 0; round < 2000; ++round) {
+    std::vector<unsigned short> text(static_cast<std::size_t>(rng() % 40));
+    for (auto& u : text) u = rng() % 8 == 0 ? u'%' : units[rng() % std::size(units)];
+    const std::size_t start = text.empty() ? 0 : rng() % (text.size() + 1);
+    std::size_t expected = start;
+    while (expected < text.size() && text[expected] != u'%') ++expected;
+    EXPECT_EQ(tavrin::utils::detail::FindPercentUnit(text.data(), start, text.size()), expected);
+  }
+}
+
 // --- Differential checks against snprintf ---------------------------------
 
 // snprintf's text of the same format and arguments (ASCII in these checks).

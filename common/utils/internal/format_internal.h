@@ -10,6 +10,13 @@
 //
 // Example: a message formatted from "%d%%%% done" with 40 is "40%% done";
 // the no-argument mode turns it into "40% done". A trailing single "%" stays.
+//
+// Use from the diagnostics path (TraceAndLog): format once with the caller's
+// arguments (tavrin_ustring::FormatV), then give the file logger and Trace
+// the text FormatWithoutArguments(message) as their final text, not as a
+// format: they must not format it again, or "%s" in an argument would read
+// an argument that does not exist. An argument "50%%" for "%s" thus ends as
+// "50%", and "100%s.txt" stays literal.
 #pragma once
 
 #include <cstddef>
@@ -39,9 +46,9 @@ TAVRIN_EXPORT std::string FormatWithoutArgumentsUtf8(std::string_view text);
 
 // FindPercentUnit()
 //
-// Index of the first "%" unit in p[i, n), or `n` when there is none. Shared
-// by the rewriting functions and the formatter, which spend most of their
-// time skipping plain text: four units are tested at a time.
+// Index of the first "%" unit in p[i, n) (i <= n), or `n` when there is
+// none. Shared by the rewriting functions and the formatter, which spend most
+// of their time skipping plain text: four units are tested at a time.
 inline std::size_t FindPercentUnit(const unsigned short* p, std::size_t i, std::size_t n) {
   constexpr std::uint64_t kOnes = 0x0001000100010001ULL;
   constexpr std::uint64_t kHighs = 0x8000800080008000ULL;

@@ -7,14 +7,14 @@
 //      argument position the type it must be read with (a position used with
 //      two types of different size or class rejects the format);
 //   2. read arguments 1..max from a copy of the va_list, in order;
-//   3. write the literal text and the conversions.
+//   3. write the literal text and the conversions into a stack buffer (moved
+//      to the heap when it fills), copied into the target once at the end.
 // Integers, characters and strings are written here; floating-point digits
 // come from snprintf on a small stack buffer (a heap buffer when a precision
 // asks for more), run under the "C" locale so the decimal point is always
 // "."; widths are applied here, so no width is limited by a buffer.
 #include <locale.h>
 
-#include <cinttypes>
 #include <climits>
 #include <cmath>
 #include <cstdarg>
@@ -24,6 +24,7 @@
 #include <cstring>
 #include <cwchar>
 #include <memory>
+#include <new>
 #include <string>
 #include <type_traits>
 

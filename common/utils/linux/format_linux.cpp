@@ -506,6 +506,19 @@ Padding PadFor(std::size_t count, std::size_t width, bool left) {
   return p;
 }
 
+// Units before the terminator. Like ustrlen, it never reads past the
+// terminator; testing four units per round lets the loads overlap.
+std::size_t UnitLength(const unsigned short* s) {
+  std::size_t n = 0;
+  for (;;) {
+    if (s[n] == 0) return n;
+    if (s[n + 1] == 0) return n + 1;
+    if (s[n + 2] == 0) return n + 2;
+    if (s[n + 3] == 0) return n + 3;
+    n += 4;
+  }
+}
+
 void AppendUnits(OutBuffer& out, const unsigned short* units, std::size_t n, std::size_t width,
                  bool left) {
   const Padding pad = PadFor(n, width, left);
@@ -867,7 +880,7 @@ bool WriteConversion(OutBuffer& out, const Spec& s, const ArgValue* args, CLocal
       }
       std::size_t n = 0;
       if (precision < 0) {
-        n = ustrlen(text);
+        n = UnitLength(text);
       } else {
         while (n < static_cast<std::size_t>(precision) && text[n] != 0) ++n;
         // Cut by the precision: never keep half of a surrogate pair.
@@ -950,11 +963,12 @@ bool FormatUtf16V(const unsigned short* format, unsigned long length, va_list ar
     }
   }
   text.Append(format + tail, length - tail);
-  // One copy into storage of exactly the final size.
-  if (text.size() == 0) {
-    result.clear();
-  } else {
-    result.assign(text.data(), text.size());
+  // One copy into storage of exactly the final size (sized with zeros,
+  // then overwritten: assign() would scan the text for a zero unit first).
+  result.clear();
+  if (text.size() != 0) {
+    result.resize(text.size());
+    std::memcpy(result.data(), text.data(), text.size() * sizeof(unsigned short));
   }
   return true;
 }

@@ -392,23 +392,40 @@ TEST(UstringFormatTest, PlatformNumbersIgnoreGroupingFlag) {
   EXPECT_EQ(Platform(u"%'d|%'.1f", 1234567, 1234.5).utf8(), "1234567|1234.5");
 }
 
-TEST(UstringFormatTest, PlatformDecimalPointIsAlwaysDot) {
-  const char* names[] = {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "fr_FR.utf8", "ru_RU.UTF-8"};
-  const std::string saved = std::setlocale(LC_NUMERIC, nullptr);
-  const char* found = nullptr;
-  for (const char* name : names) {
-    if (std::setlocale(LC_NUMERIC, name) != nullptr) {
-      found = name;
-      break;
-    }
+// Switches LC_NUMERIC to a locale whose decimal point is a comma: an
+// installed one, else one compiled with localedef into a temporary folder
+// (LOCPATH). Returns the name, or "" when neither works.
+std::string UseDecimalCommaLocale() {
+  for (const char* name : {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "fr_FR.utf8"}) {
+    if (std::setlocale(LC_NUMERIC, name) != nullptr) return name;
   }
-  if (found == nullptr) GTEST_SKIP() << "no locale with a decimal comma is installed";
+  const std::string dir = tavrin::test::FreshDir("locales");
+  const std::string source =
+      "LC_NUMERIC\ndecimal_point \"<U002C>\"\nthousands_sep \"<U002E>\"\ngrouping 3;3\n"
+      "END LC_NUMERIC\n";
+  if (!tavrin::test::WriteFile(dir + "/comma.src", source)) return "";
+  // localedef warns (and exits with 1) about the categories left out.
+  tavrin::test::RunShell("localedef -c -i '" + dir + "/comma.src' -f UTF-8 '" + dir +
+                         "/xx_XX.UTF-8' >/dev/null 2>&1");
+  const tavrin::test::ScopedEnv locpath("LOCPATH", dir.c_str());
+  return std::setlocale(LC_NUMERIC, "xx_XX.UTF-8") != nullptr ? "xx_XX.UTF-8" : "";
+}
+
+TEST(UstringFormatTest, PlatformDecimalPointIsAlwaysDot) {
+  const std::string saved = std::setlocale(LC_NUMERIC, nullptr);
+  const std::string name = UseDecimalCommaLocale();
+  if (name.empty()) {
+    std::setlocale(LC_NUMERIC, saved.c_str());
+    GTEST_SKIP() << "no locale with a decimal comma is installed or can be built";
+  }
   char probe[16];
   std::snprintf(probe, sizeof(probe), "%.1f", 1.5);
-  const std::string formatted = Platform(u"%.1f %g", 1.5, 2.5).utf8();
+  const std::string formatted = Platform(u"%.1f %g %'d", 1.5, 2.5, 1234567).utf8();
+  const std::string inserted = tavrin_ustring::GetFormatted(u"%1!.2f!", 0.25).utf8();
   std::setlocale(LC_NUMERIC, saved.c_str());
-  EXPECT_STREQ(probe, "1,5") << found;
-  EXPECT_EQ(formatted, "1.5 2.5");
+  EXPECT_STREQ(probe, "1,5") << name;  // the locale really is in effect
+  EXPECT_EQ(formatted, "1.5 2.5 1234567");
+  EXPECT_EQ(inserted, "0.25");
 }
 
 // --- Platform formatter: rejection -----------------------------------------

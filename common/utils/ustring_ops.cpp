@@ -54,20 +54,30 @@ unsigned short FitUnit(wint_t mapped, unsigned short original) {
   return static_cast<unsigned short>(mapped);
 }
 
-unsigned short ToUpperUnit(unsigned short u) {
-  if (u < 0x80) return (u >= 'a' && u <= 'z') ? static_cast<unsigned short>(u - 0x20) : u;
+// Above ASCII: the C.UTF-8 mapping (kept out of line so the ASCII path of
+// the callers stays small).
+[[gnu::noinline]] unsigned short ToUpperWide(unsigned short u) {
   if (IsSurrogate(u)) return u;
   locale_t loc = CtypeLocale();
   if (loc == static_cast<locale_t>(0)) return u;
   return FitUnit(towupper_l(static_cast<wint_t>(u), loc), u);
 }
 
-unsigned short ToLowerUnit(unsigned short u) {
-  if (u < 0x80) return (u >= 'A' && u <= 'Z') ? static_cast<unsigned short>(u + 0x20) : u;
+[[gnu::noinline]] unsigned short ToLowerWide(unsigned short u) {
   if (IsSurrogate(u)) return u;
   locale_t loc = CtypeLocale();
   if (loc == static_cast<locale_t>(0)) return u;
   return FitUnit(towlower_l(static_cast<wint_t>(u), loc), u);
+}
+
+inline unsigned short ToUpperUnit(unsigned short u) {
+  if (u < 0x80) return (static_cast<unsigned>(u - 'a') < 26u) ? static_cast<unsigned short>(u - 0x20) : u;
+  return ToUpperWide(u);
+}
+
+inline unsigned short ToLowerUnit(unsigned short u) {
+  if (u < 0x80) return (static_cast<unsigned>(u - 'A') < 26u) ? static_cast<unsigned short>(u + 0x20) : u;
+  return ToLowerWide(u);
 }
 
 bool IsSpaceUnit(unsigned short u) {

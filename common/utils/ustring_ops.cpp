@@ -71,12 +71,14 @@ unsigned short FitUnit(wint_t mapped, unsigned short original) {
 }
 
 inline unsigned short ToUpperUnit(unsigned short u) {
-  if (u < 0x80) return (static_cast<unsigned>(u - 'a') < 26u) ? static_cast<unsigned short>(u - 0x20) : u;
+  if (u < 0x80)
+    return (static_cast<unsigned>(u - 'a') < 26u) ? static_cast<unsigned short>(u - 0x20) : u;
   return ToUpperWide(u);
 }
 
 inline unsigned short ToLowerUnit(unsigned short u) {
-  if (u < 0x80) return (static_cast<unsigned>(u - 'A') < 26u) ? static_cast<unsigned short>(u + 0x20) : u;
+  if (u < 0x80)
+    return (static_cast<unsigned>(u - 'A') < 26u) ? static_cast<unsigned short>(u + 0x20) : u;
   return ToLowerWide(u);
 }
 

@@ -472,6 +472,17 @@ TEST(TimeTest, LocalAndUtcShifts) {
   }
 }
 
+TEST(TimeTest, LocalConversionsFollowTzWithoutTzset) {
+  ScopedTimeZone utc("UTC");
+  {
+    tavrin::test::ScopedEnv cet("TZ", kCet);  // changes TZ without calling tzset()
+    EXPECT_EQ(Time(kRfcExample).Format("%H %Z"), "09 CET");
+    EXPECT_EQ(Time(kRfcExample).GetLocalTime(), kRfcExample + 3600);
+  }
+  EXPECT_EQ(Time(kRfcExample).Format("%H %Z"), "08 UTC");
+  EXPECT_EQ(Time(kRfcExample).CTime(), "Sun Nov  6 08:49:37 1994");
+}
+
 TEST(TimeTest, AddingSecondsTruncatesTowardZero) {
   Time t{time_t{100}};
   EXPECT_EQ((t += 1.9).GetDATE(), 101);

@@ -29,10 +29,10 @@ std::string Show(const CColor& c) {
          std::to_string(c.m_blue) + ", " + std::to_string(c.m_alpha) + ")";
 }
 
-#define EXPECT_COLOR(r, g, b, a, c)                                                   \
-  EXPECT_EQ(CColor(static_cast<unsigned char>(r), static_cast<unsigned char>(g),     \
+#define EXPECT_COLOR(r, g, b, a, c)                                               \
+  EXPECT_EQ(CColor(static_cast<unsigned char>(r), static_cast<unsigned char>(g),  \
                    static_cast<unsigned char>(b), static_cast<unsigned char>(a)), \
-            (c))                                                                      \
+            (c))                                                                  \
       << Show(c)
 
 // --- Layout, packing and construction. ---------------------------------------
@@ -242,8 +242,8 @@ TEST(ColorTest, HsvOfPrimaryAndSecondaryColours) {
   struct Case {
     CColor color;
     double h;
-  } cases[] = {{CColor::Red, 0},    {CColor::Yellow, 60},  {CColor::Green, 120},
-               {CColor::Cyan, 180}, {CColor::Blue, 240},   {CColor::Magenta, 300}};
+  } cases[] = {{CColor::Red, 0},    {CColor::Yellow, 60}, {CColor::Green, 120},
+               {CColor::Cyan, 180}, {CColor::Blue, 240},  {CColor::Magenta, 300}};
   for (const Case& c : cases) {
     double h, s, v;
     ASSERT_TRUE(c.color.GetHSV(h, s, v));
@@ -309,7 +309,7 @@ TEST(ColorTest, HsvSectors) {
   struct Case {
     double h;
     int r, g, b;
-  } cases[] = {{0, 255, 0, 0},   {60, 255, 255, 0},  {120, 0, 255, 0}, {180, 0, 255, 255},
+  } cases[] = {{0, 255, 0, 0},   {60, 255, 255, 0},  {120, 0, 255, 0},  {180, 0, 255, 255},
                {240, 0, 0, 255}, {300, 255, 0, 255}, {30, 255, 127, 0}, {359.9, 255, 0, 0}};
   for (const Case& c : cases) {
     unsigned char r, g, b;
@@ -431,10 +431,10 @@ TEST(ColorTest, HlsRoundTripsOverASpreadOfColours) {
                    static_cast<unsigned char>(byte(rng)), 255);
     double h, l, s;
     ASSERT_TRUE(c.GetHLS(h, l, s));
-    EXPECT_NEAR((std::max({c.m_red, c.m_green, c.m_blue}) + std::min({c.m_red, c.m_green,
-                                                                       c.m_blue})) /
-                    510.0,
-                l, 1e-6)
+    EXPECT_NEAR(
+        (std::max({c.m_red, c.m_green, c.m_blue}) + std::min({c.m_red, c.m_green, c.m_blue})) /
+            510.0,
+        l, 1e-6)
         << Show(c);
     CColor back;
     EXPECT_TRUE(back.SetHLS(h, l, s));
@@ -695,8 +695,7 @@ TEST_F(ColorAxisTest, BrightnessValueDependsOnEveryChannelOfEveryAxis) {
   const Setter setters[] = {CColor::SetXAxisColor, CColor::SetYAxisColor, CColor::SetZAxisColor,
                             CColor::SetParallelPerpendicularColor, CColor::SetTangentColor};
   const CColor defaults[] = {CColor::kXaxisDefaultColor, CColor::kYaxisDefaultColor,
-                             CColor::kZaxisDefaultColor,
-                             CColor::kParallelPerpendicularDefaultColor,
+                             CColor::kZaxisDefaultColor, CColor::kParallelPerpendicularDefaultColor,
                              CColor::kTangentDefaultColor};
   for (int axis = 0; axis < 5; ++axis) {
     for (int channel = 0; channel < 4; ++channel) {

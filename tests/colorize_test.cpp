@@ -3,8 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <climits>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <memory>
@@ -28,14 +30,16 @@ std::string Show(const CColor& c) {
          std::to_string(c.m_blue) + ", " + std::to_string(c.m_alpha) + ")";
 }
 
-#define EXPECT_COLOR(r, g, b, a, c)                                                   \
-  EXPECT_EQ(CColor(static_cast<unsigned char>(r), static_cast<unsigned char>(g),     \
+#define EXPECT_COLOR(r, g, b, a, c)                                               \
+  EXPECT_EQ(CColor(static_cast<unsigned char>(r), static_cast<unsigned char>(g),  \
                    static_cast<unsigned char>(b), static_cast<unsigned char>(a)), \
-            (c))                                                                      \
+            (c))                                                                  \
       << Show(c)
 
 // UTF-16 text of a UTF-8 literal, kept alive for the call.
-tavrin_ustring U(const char* utf8) { return tavrin_ustring(utf8); }
+tavrin_ustring U(const char* utf8) {
+  return tavrin_ustring(utf8);
+}
 
 // The name table as the CSS colour keywords write it, in table order, with
 // hexadecimal values: a second, independent transcription of the table.
@@ -44,54 +48,145 @@ struct Keyword {
   const char* hex;
 };
 const Keyword kKeywords[] = {
-    {"AliceBlue", "F0F8FF"},      {"AntiqueWhite", "FAEBD7"},   {"Aqua", "00FFFF"},
-    {"Aquamarine", "7FFFD4"},     {"Azure", "F0FFFF"},          {"Beige", "F5F5DC"},
-    {"Bisque", "FFE4C4"},         {"Black", "000000"},          {"BlanchedAlmond", "FFEBCD"},
-    {"Blue", "0000FF"},           {"BlueViolet", "8A2BE2"},     {"Brown", "A52A2A"},
-    {"BurlyWood", "DEB887"},      {"CadetBlue", "5F9EA0"},      {"Chartreuse", "7FFF00"},
-    {"Chocolate", "D2691E"},      {"Coral", "FF7F50"},          {"CornflowerBlue", "6495ED"},
-    {"Cornsilk", "FFF8DC"},       {"Crimson", "DC143C"},        {"Cyan", "00FFFF"},
-    {"DarkBlue", "00008B"},       {"DarkCyan", "008B8B"},       {"DarkGoldenrod", "B8860B"},
-    {"DarkGray", "A9A9A9"},       {"DarkGreen", "006400"},      {"DarkKhaki", "BDB76B"},
-    {"DarkMagenta", "8B008B"},    {"DarkOliveGreen", "556B2F"}, {"DarkOrange", "FF8C00"},
-    {"DarkOrchid", "9932CC"},     {"DarkRed", "8B0000"},        {"DarkSalmon", "E9967A"},
-    {"DarkSeaGreen", "8FBC8F"},   {"DarkSlateBlue", "483D8B"},  {"DarkSlateGray", "2F4F4F"},
-    {"DarkTurquoise", "00CED1"},  {"DarkViolet", "9400D3"},     {"DeepPink", "FF1493"},
-    {"DeepSkyBlue", "00BFFF"},    {"DimGray", "696969"},        {"DodgerBlue", "1E90FF"},
-    {"FireBrick", "B22222"},      {"FloralWhite", "FFFAF0"},    {"ForestGreen", "228B22"},
-    {"Fuchsia", "FF00FF"},        {"Gainsboro", "DCDCDC"},      {"GhostWhite", "F8F8FF"},
-    {"Gold", "FFD700"},           {"Goldenrod", "DAA520"},      {"Gray", "808080"},
-    {"Green", "008000"},          {"GreenYellow", "ADFF2F"},    {"Honeydew", "F0FFF0"},
-    {"HotPink", "FF69B4"},        {"IndianRed", "CD5C5C"},      {"Indigo", "4B0082"},
-    {"Ivory", "FFFFF0"},          {"Khaki", "F0E68C"},          {"Lavender", "E6E6FA"},
-    {"LavenderBlush", "FFF0F5"},  {"LawnGreen", "7CFC00"},      {"LemonChiffon", "FFFACD"},
-    {"LightBlue", "ADD8E6"},      {"LightCoral", "F08080"},     {"LightCyan", "E0FFFF"},
-    {"LightGoldenrodYellow", "FAFAD2"},                         {"LightGreen", "90EE90"},
-    {"LightGrey", "D3D3D3"},      {"LightPink", "FFB6C1"},      {"LightSalmon", "FFA07A"},
-    {"LightSeaGreen", "20B2AA"},  {"LightSkyBlue", "87CEFA"},   {"LightSlateGray", "778899"},
-    {"LightSteelBlue", "B0C4DE"}, {"LightYellow", "FFFFE0"},    {"Lime", "00FF00"},
-    {"LimeGreen", "32CD32"},      {"Linen", "FAF0E6"},          {"Magenta", "FF00FF"},
-    {"Maroon", "800000"},         {"MediumAquamarine", "66CDAA"},
-    {"MediumBlue", "0000CD"},     {"MediumOrchid", "BA55D3"},   {"MediumPurple", "9370DB"},
-    {"MediumSeaGreen", "3CB371"}, {"MediumSlateBlue", "7B68EE"},
-    {"MediumSpringGreen", "00FA9A"},                            {"MediumTurquoise", "48D1CC"},
-    {"MediumVioletRed", "C71585"},                              {"MidnightBlue", "191970"},
-    {"MintCream", "F5FFFA"},      {"MistyRose", "FFE4E1"},      {"Moccasin", "FFE4B5"},
-    {"NavajoWhite", "FFDEAD"},    {"Navy", "000080"},           {"OldLace", "FDF5E6"},
-    {"Olive", "808000"},          {"OliveDrab", "6B8E23"},      {"Orange", "FFA500"},
-    {"OrangeRed", "FF4500"},      {"Orchid", "DA70D6"},         {"PaleGoldenrod", "EEE8AA"},
-    {"PaleGreen", "98FB98"},      {"PaleTurquoise", "AFEEEE"},  {"PaleVioletRed", "DB7093"},
-    {"PapayaWhip", "FFEFD5"},     {"PeachPuff", "FFDAB9"},      {"Peru", "CD853F"},
-    {"Pink", "FFC0CB"},           {"Plum", "DDA0DD"},           {"PowderBlue", "B0E0E6"},
-    {"Purple", "800080"},         {"Red", "FF0000"},            {"RosyBrown", "BC8F8F"},
-    {"RoyalBlue", "4169E1"},      {"SaddleBrown", "8B4513"},    {"Salmon", "FA8072"},
-    {"SandyBrown", "F4A460"},     {"SeaGreen", "2E8B57"},       {"Seashell", "FFF5EE"},
-    {"Sienna", "A0522D"},         {"Silver", "C0C0C0"},         {"SkyBlue", "87CEEB"},
-    {"SlateBlue", "6A5ACD"},      {"SlateGray", "708090"},      {"Snow", "FFFAFA"},
-    {"SpringGreen", "00FF7F"},    {"SteelBlue", "4682B4"},      {"Tan", "D2B48C"},
-    {"Teal", "008080"},           {"Thistle", "D8BFD8"},        {"Tomato", "FF6347"},
-    {"Turquoise", "40E0D0"},      {"Violet", "EE82EE"},         {"Wheat", "F5DEB3"},
-    {"White", "FFFFFF"},          {"WhiteSmoke", "F5F5F5"},     {"Yellow", "FFFF00"},
+    {"AliceBlue", "F0F8FF"},
+    {"AntiqueWhite", "FAEBD7"},
+    {"Aqua", "00FFFF"},
+    {"Aquamarine", "7FFFD4"},
+    {"Azure", "F0FFFF"},
+    {"Beige", "F5F5DC"},
+    {"Bisque", "FFE4C4"},
+    {"Black", "000000"},
+    {"BlanchedAlmond", "FFEBCD"},
+    {"Blue", "0000FF"},
+    {"BlueViolet", "8A2BE2"},
+    {"Brown", "A52A2A"},
+    {"BurlyWood", "DEB887"},
+    {"CadetBlue", "5F9EA0"},
+    {"Chartreuse", "7FFF00"},
+    {"Chocolate", "D2691E"},
+    {"Coral", "FF7F50"},
+    {"CornflowerBlue", "6495ED"},
+    {"Cornsilk", "FFF8DC"},
+    {"Crimson", "DC143C"},
+    {"Cyan", "00FFFF"},
+    {"DarkBlue", "00008B"},
+    {"DarkCyan", "008B8B"},
+    {"DarkGoldenrod", "B8860B"},
+    {"DarkGray", "A9A9A9"},
+    {"DarkGreen", "006400"},
+    {"DarkKhaki", "BDB76B"},
+    {"DarkMagenta", "8B008B"},
+    {"DarkOliveGreen", "556B2F"},
+    {"DarkOrange", "FF8C00"},
+    {"DarkOrchid", "9932CC"},
+    {"DarkRed", "8B0000"},
+    {"DarkSalmon", "E9967A"},
+    {"DarkSeaGreen", "8FBC8F"},
+    {"DarkSlateBlue", "483D8B"},
+    {"DarkSlateGray", "2F4F4F"},
+    {"DarkTurquoise", "00CED1"},
+    {"DarkViolet", "9400D3"},
+    {"DeepPink", "FF1493"},
+    {"DeepSkyBlue", "00BFFF"},
+    {"DimGray", "696969"},
+    {"DodgerBlue", "1E90FF"},
+    {"FireBrick", "B22222"},
+    {"FloralWhite", "FFFAF0"},
+    {"ForestGreen", "228B22"},
+    {"Fuchsia", "FF00FF"},
+    {"Gainsboro", "DCDCDC"},
+    {"GhostWhite", "F8F8FF"},
+    {"Gold", "FFD700"},
+    {"Goldenrod", "DAA520"},
+    {"Gray", "808080"},
+    {"Green", "008000"},
+    {"GreenYellow", "ADFF2F"},
+    {"Honeydew", "F0FFF0"},
+    {"HotPink", "FF69B4"},
+    {"IndianRed", "CD5C5C"},
+    {"Indigo", "4B0082"},
+    {"Ivory", "FFFFF0"},
+    {"Khaki", "F0E68C"},
+    {"Lavender", "E6E6FA"},
+    {"LavenderBlush", "FFF0F5"},
+    {"LawnGreen", "7CFC00"},
+    {"LemonChiffon", "FFFACD"},
+    {"LightBlue", "ADD8E6"},
+    {"LightCoral", "F08080"},
+    {"LightCyan", "E0FFFF"},
+    {"LightGoldenrodYellow", "FAFAD2"},
+    {"LightGreen", "90EE90"},
+    {"LightGrey", "D3D3D3"},
+    {"LightPink", "FFB6C1"},
+    {"LightSalmon", "FFA07A"},
+    {"LightSeaGreen", "20B2AA"},
+    {"LightSkyBlue", "87CEFA"},
+    {"LightSlateGray", "778899"},
+    {"LightSteelBlue", "B0C4DE"},
+    {"LightYellow", "FFFFE0"},
+    {"Lime", "00FF00"},
+    {"LimeGreen", "32CD32"},
+    {"Linen", "FAF0E6"},
+    {"Magenta", "FF00FF"},
+    {"Maroon", "800000"},
+    {"MediumAquamarine", "66CDAA"},
+    {"MediumBlue", "0000CD"},
+    {"MediumOrchid", "BA55D3"},
+    {"MediumPurple", "9370DB"},
+    {"MediumSeaGreen", "3CB371"},
+    {"MediumSlateBlue", "7B68EE"},
+    {"MediumSpringGreen", "00FA9A"},
+    {"MediumTurquoise", "48D1CC"},
+    {"MediumVioletRed", "C71585"},
+    {"MidnightBlue", "191970"},
+    {"MintCream", "F5FFFA"},
+    {"MistyRose", "FFE4E1"},
+    {"Moccasin", "FFE4B5"},
+    {"NavajoWhite", "FFDEAD"},
+    {"Navy", "000080"},
+    {"OldLace", "FDF5E6"},
+    {"Olive", "808000"},
+    {"OliveDrab", "6B8E23"},
+    {"Orange", "FFA500"},
+    {"OrangeRed", "FF4500"},
+    {"Orchid", "DA70D6"},
+    {"PaleGoldenrod", "EEE8AA"},
+    {"PaleGreen", "98FB98"},
+    {"PaleTurquoise", "AFEEEE"},
+    {"PaleVioletRed", "DB7093"},
+    {"PapayaWhip", "FFEFD5"},
+    {"PeachPuff", "FFDAB9"},
+    {"Peru", "CD853F"},
+    {"Pink", "FFC0CB"},
+    {"Plum", "DDA0DD"},
+    {"PowderBlue", "B0E0E6"},
+    {"Purple", "800080"},
+    {"Red", "FF0000"},
+    {"RosyBrown", "BC8F8F"},
+    {"RoyalBlue", "4169E1"},
+    {"SaddleBrown", "8B4513"},
+    {"Salmon", "FA8072"},
+    {"SandyBrown", "F4A460"},
+    {"SeaGreen", "2E8B57"},
+    {"Seashell", "FFF5EE"},
+    {"Sienna", "A0522D"},
+    {"Silver", "C0C0C0"},
+    {"SkyBlue", "87CEEB"},
+    {"SlateBlue", "6A5ACD"},
+    {"SlateGray", "708090"},
+    {"Snow", "FFFAFA"},
+    {"SpringGreen", "00FF7F"},
+    {"SteelBlue", "4682B4"},
+    {"Tan", "D2B48C"},
+    {"Teal", "008080"},
+    {"Thistle", "D8BFD8"},
+    {"Tomato", "FF6347"},
+    {"Turquoise", "40E0D0"},
+    {"Violet", "EE82EE"},
+    {"Wheat", "F5DEB3"},
+    {"White", "FFFFFF"},
+    {"WhiteSmoke", "F5F5F5"},
+    {"Yellow", "FFFF00"},
     {"YellowGreen", "9ACD32"},
 };
 constexpr int kKeywordCount = sizeof(kKeywords) / sizeof(kKeywords[0]);
@@ -272,9 +367,10 @@ TEST(ColorizeTest, HtmlHexExamples) {
 
 TEST(ColorizeTest, HtmlHexRejectsMalformedText) {
   const CColor before(1, 2, 3, 4);
-  for (const char* text : {"12345", "12345g", "", "1234567", "#", "###", "#12", "#1234", "red",
-                           "Red", " 123456", "123456 ", "12 456", "0x1234", "+12345", "-12345",
-                           "１２３", "12345é", "ab\xC3\xA9", "#gggggg"}) {
+  for (const char* text :
+       {"12345",  "12345g", "",       "1234567", "#",          "###",    "#12",
+        "#1234",  "red",    "Red",    " 123456", "123456 ",    "12 456", "0x1234",
+        "+12345", "-12345", "１２３", "12345é",  "ab\xC3\xA9", "#gggggg"}) {
     CColor c = before;
     EXPECT_FALSE(c.SetFromHtmlHex(U(text).c_str())) << text;
     EXPECT_EQ(before, c) << text;
@@ -303,7 +399,8 @@ TEST(ColorizeTest, ParseHexStripsAnyNumberOfNumberSigns) {
 bool ReferenceParse(const std::u16string& text, int& r, int& g, int& b) {
   size_t start = text.find_first_not_of(u'#');
   std::u16string digits = start == std::u16string::npos ? u"" : text.substr(start);
-  if (digits.size() == 3) digits = {digits[0], digits[0], digits[1], digits[1], digits[2], digits[2]};
+  if (digits.size() == 3)
+    digits = {digits[0], digits[0], digits[1], digits[1], digits[2], digits[2]};
   if (digits.size() != 6) return false;
   std::string ascii;
   for (char16_t ch : digits) {
@@ -363,8 +460,10 @@ TEST(ColorizeTest, CalcValueSteps) {
   EXPECT_DOUBLE_EQ(0.2, detail::CalcValue(0.2, 0.8, 240));
   EXPECT_DOUBLE_EQ(0.2, detail::CalcValue(0.2, 0.8, 300));
   // One wrap only in each direction.
-  EXPECT_DOUBLE_EQ(0.2, detail::CalcValue(0.2, 0.8, 720));        // 360: beyond 240
-  EXPECT_DOUBLE_EQ(0.2 + 0.6 * 0.5, detail::CalcValue(0.2, 0.8, -690));  // -330: below 60
+  EXPECT_DOUBLE_EQ(0.2, detail::CalcValue(0.2, 0.8, 720));  // 360: beyond 240
+  // -690 gains 360 once: -330, below 60, so the rising formula runs with a
+  // negative hue.
+  EXPECT_DOUBLE_EQ(0.2 + 0.6 * -330 / 60, detail::CalcValue(0.2, 0.8, -690));
   // The tolerance: 59.9995 counts as 60, 360.0005 is not wrapped.
   EXPECT_DOUBLE_EQ(0.8, detail::CalcValue(0.2, 0.8, 59.9995));
   EXPECT_DOUBLE_EQ(0.2, detail::CalcValue(0.2, 0.8, 360.0005));
@@ -496,9 +595,9 @@ TEST(ColorizeTest, ColorizePixelWrapsHues) {
   Colorize::ColorizePixel(a, huge, false);
   Colorize::ColorizePixel(b, reduced, false);
   EXPECT_EQ(0, std::memcmp(a, b, 3));
-  for (double bad : {std::numeric_limits<double>::quiet_NaN(),
-                     std::numeric_limits<double>::infinity(),
-                     -std::numeric_limits<double>::infinity()}) {
+  for (double bad :
+       {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(),
+        -std::numeric_limits<double>::infinity()}) {
     unsigned char c[3] = {200, 40, 90}, d[3] = {200, 40, 90};
     double nonfinite[3] = {bad, 0, 0};
     double zero[3] = {0, 0, 0};
@@ -635,8 +734,8 @@ void CheckStride(int depth, int width, int height, int rowBytes) {
   const std::ptrdiff_t step = rowBytes != 0 ? rowBytes : std::ptrdiff_t(depth) * width / 8;
   const std::ptrdiff_t pixel = depth / 8;
   const size_t size = static_cast<size_t>(step * height);
-  SCOPED_TRACE(testing::Message() << "depth " << depth << " width " << width << " height "
-                                  << height << " rowBytes " << rowBytes);
+  SCOPED_TRACE(testing::Message() << "depth " << depth << " width " << width << " height " << height
+                                  << " rowBytes " << rowBytes);
   std::vector<unsigned char> expected(size, 0xAA);
   for (std::ptrdiff_t y = 0; y < height; ++y)
     for (std::ptrdiff_t x = 0; x < width; ++x) {
@@ -649,16 +748,17 @@ void CheckStride(int depth, int width, int height, int rowBytes) {
   std::unique_ptr<unsigned char[]> exact(new unsigned char[size]);
   std::memset(exact.get(), 0xAA, size);
   CColor match(0, 0, 0, 0), on(9, 9, 9, 9), off(1, 2, 3, 4);
-  ASSERT_TRUE(Colorize::ReassignColors(exact.get(), width, height, depth, rowBytes, match, on, off));
+  ASSERT_TRUE(
+      Colorize::ReassignColors(exact.get(), width, height, depth, rowBytes, match, on, off));
   EXPECT_EQ(0, std::memcmp(expected.data(), exact.get(), size));
   std::memset(exact.get(), 0xAA, size);
-  ASSERT_TRUE(Colorize::ColorizeBitmap(exact.get(), width, height, depth, rowBytes, 10, 0.1, 0.1,
-                                       true));
+  ASSERT_TRUE(
+      Colorize::ColorizeBitmap(exact.get(), width, height, depth, rowBytes, 10, 0.1, 0.1, true));
 
   // Guarded copy for builds without the sanitizer.
   std::vector<unsigned char> guarded(size + 64, 0xAA);
-  ASSERT_TRUE(Colorize::ReassignColors(guarded.data(), width, height, depth, rowBytes, match, on,
-                                       off));
+  ASSERT_TRUE(
+      Colorize::ReassignColors(guarded.data(), width, height, depth, rowBytes, match, on, off));
   for (size_t i = size; i < guarded.size(); ++i) ASSERT_EQ(0xAA, guarded[i]) << "guard byte " << i;
   EXPECT_EQ(0, std::memcmp(expected.data(), guarded.data(), size));
 }
@@ -686,6 +786,49 @@ TEST(ColorizeTest, HugeWidthWithAShortStrideStaysInTheBuffer) {
   ASSERT_TRUE(Colorize::ReassignColors(buffer.data(), INT_MAX, 2, 32, 12, match, on, off));
   for (size_t i = 0; i < buffer.size(); ++i)
     EXPECT_EQ(i % 4 == 3 ? 0xAA : static_cast<int>(i % 4) + 1, buffer[i]) << i;
+}
+
+// --- The color subcommand. ---------------------------------------------------
+
+TEST(ColorizeTest, ToolPrintsAColour) {
+  const std::string tool = tavrin::test::ToolPath();
+  if (tool.empty()) GTEST_SKIP() << "the tavrin tool is not built";
+  std::string out;
+  ASSERT_EQ(0, tavrin::test::RunShell("'" + tool + "' color cornflowerblue", &out));
+  EXPECT_NE(std::string::npos, out.find("rgba       100 149 237 255\n")) << out;
+  EXPECT_NE(std::string::npos, out.find("packed     0xFFED9564\n")) << out;
+  EXPECT_NE(std::string::npos, out.find("nearest    CornflowerBlue\n")) << out;
+  ASSERT_EQ(0, tavrin::test::RunShell("'" + tool + "' color '#1A2b3C'", &out));
+  EXPECT_NE(std::string::npos, out.find("rgba       26 43 60 255\n")) << out;
+  ASSERT_EQ(0, tavrin::test::RunShell("'" + tool + "' color 808080", &out));
+  EXPECT_NE(std::string::npos, out.find("grey: no hue")) << out;
+}
+
+TEST(ColorizeTest, ToolRejectsTextThatIsNotAColour) {
+  const std::string tool = tavrin::test::ToolPath();
+  if (tool.empty()) GTEST_SKIP() << "the tavrin tool is not built";
+  std::string out;
+  EXPECT_EQ(1, tavrin::test::RunShell("'" + tool + "' color Grey 2>/dev/null", &out));
+  EXPECT_EQ("", out);
+  EXPECT_EQ(1, tavrin::test::RunShell("'" + tool + "' color '#12345' 2>/dev/null", &out));
+  EXPECT_EQ(1, tavrin::test::RunShell("'" + tool + "' color '' 2>/dev/null", &out));
+  EXPECT_EQ(
+      1, tavrin::test::RunShell("'" + tool + "' color \"$(printf 'ab\\377')\" 2>/dev/null", &out));
+  EXPECT_EQ(2, tavrin::test::RunShell("'" + tool + "' color 2>/dev/null", &out));
+  EXPECT_EQ(2, tavrin::test::RunShell("'" + tool + "' color red blue 2>/dev/null", &out));
+  EXPECT_EQ(2, tavrin::test::RunShell("'" + tool + "' color --list red 2>/dev/null", &out));
+}
+
+TEST(ColorizeTest, ToolListsTheTable) {
+  const std::string tool = tavrin::test::ToolPath();
+  if (tool.empty()) GTEST_SKIP() << "the tavrin tool is not built";
+  std::string out;
+  ASSERT_EQ(0, tavrin::test::RunShell("'" + tool + "' color --list", &out));
+  int lines = 0;
+  for (char ch : out) lines += ch == '\n';
+  EXPECT_EQ(140, lines);
+  EXPECT_EQ(0u, out.find("  0  AliceBlue")) << out.substr(0, 80);
+  EXPECT_NE(std::string::npos, out.find("139  YellowGreen            154 205  50  #9ACD32\n"));
 }
 
 }  // namespace

@@ -118,9 +118,11 @@ int ReferenceInt(int r, int low, int high) {
 TEST(RandomTest, IntegerValueTruncatesTheScaledProduct) {
   const unsigned int seed = tavrin::test::TestSeed() + 4;
   SCOPED_TRACE(testing::Message() << "seed " << seed);
-  const int ranges[][2] = {{0, 10},  {-10, 10},          {100, 1000},     {-1000, -100},
-                           {10, 0},  {5, -5},            {0, 1000000000}, {-1000000000, 1000000000},
-                           {-1, 0},  {INT_MIN / 2, INT_MAX / 2}};
+  const int ranges[][2] = {{0, 10},         {-10, 10},
+                           {100, 1000},     {-1000, -100},
+                           {10, 0},         {5, -5},
+                           {0, 1000000000}, {-1000000000, 1000000000},
+                           {-1, 0},         {INT_MIN / 2, INT_MAX / 2}};
   for (const auto& range : ranges) {
     const int low = range[0], high = range[1];
     const std::vector<int> raw = RandSequence(seed, 300);
@@ -147,7 +149,8 @@ TEST(RandomTest, IntegerValueOverTheWholeIntRangeIsDefined) {
   }
   // And the mirror image: the difference wraps to +1.
   Random::SetSeed(seed);
-  for (int r : raw) EXPECT_EQ(r == RAND_MAX ? INT_MIN : INT_MAX, Random::GetValue(INT_MAX, INT_MIN));
+  for (int r : raw)
+    EXPECT_EQ(r == RAND_MAX ? INT_MIN : INT_MAX, Random::GetValue(INT_MAX, INT_MIN));
 }
 
 TEST(RandomTest, FlipCoinIsTheParityOfRand) {

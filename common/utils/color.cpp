@@ -30,7 +30,9 @@ unsigned char ToByte(double x) {
   return static_cast<unsigned char>(x * 255.0);
 }
 
-float ToFloat(unsigned char byte) { return byte / 255.0f; }
+float ToFloat(unsigned char byte) {
+  return byte / 255.0f;
+}
 
 // Narrows to float the way IEEE hardware does, without the undefined
 // behaviour of converting a double outside the float range.
@@ -85,7 +87,9 @@ double CColor::s_axes_brightness_value = CColor::kAxisBrightnessDefault;
 
 // --- Construction and assignment. --------------------------------------------
 
-CColor::CColor(double r, double g, double b, double a) : CColor() { Set(r, g, b, a); }
+CColor::CColor(double r, double g, double b, double a) : CColor() {
+  Set(r, g, b, a);
+}
 
 CColor::CColor(const float* rgba) : CColor() {
   if (rgba) Set(rgba[0], rgba[1], rgba[2], rgba[3]);
@@ -113,16 +117,28 @@ void CColor::Set(double r, double g, double b, double a) {
   m_alpha = ToByte(a);
 }
 
-void CColor::SetAlpha(unsigned char a) { m_alpha = a; }
+void CColor::SetAlpha(unsigned char a) {
+  m_alpha = a;
+}
 
-void CColor::SetAlpha(double a) { m_alpha = ToByte(a); }
+void CColor::SetAlpha(double a) {
+  m_alpha = ToByte(a);
+}
 
 // --- Reading. ----------------------------------------------------------------
 
-float CColor::GetRedf() const { return ToFloat(m_red); }
-float CColor::GetGreenf() const { return ToFloat(m_green); }
-float CColor::GetBluef() const { return ToFloat(m_blue); }
-float CColor::GetAlphaf() const { return ToFloat(m_alpha); }
+float CColor::GetRedf() const {
+  return ToFloat(m_red);
+}
+float CColor::GetGreenf() const {
+  return ToFloat(m_green);
+}
+float CColor::GetBluef() const {
+  return ToFloat(m_blue);
+}
+float CColor::GetAlphaf() const {
+  return ToFloat(m_alpha);
+}
 
 float* CColor::GetFv(float* out) const {
   // Shared by every caller without a buffer of its own; kept that way for
@@ -141,22 +157,34 @@ unsigned int CColor::GetRGBA() const {
          (static_cast<unsigned int>(m_blue) << 16) | (static_cast<unsigned int>(m_alpha) << 24);
 }
 
-unsigned int CColor::GetRGB() const { return GetRGBA() & 0x00FFFFFFu; }
+unsigned int CColor::GetRGB() const {
+  return GetRGBA() & 0x00FFFFFFu;
+}
 
-CColor CColor::GetOpaqueColor() const { return CColor(m_red, m_green, m_blue, 255); }
+CColor CColor::GetOpaqueColor() const {
+  return CColor(m_red, m_green, m_blue, 255);
+}
 
-bool CColor::operator<(const CColor& other) const { return GetRGBA() < other.GetRGBA(); }
+bool CColor::operator<(const CColor& other) const {
+  return GetRGBA() < other.GetRGBA();
+}
 
 bool CColor::operator==(const CColor& other) const {
   return m_red == other.m_red && m_green == other.m_green && m_blue == other.m_blue &&
          m_alpha == other.m_alpha;
 }
 
-bool CColor::operator!=(const CColor& other) const { return !(*this == other); }
+bool CColor::operator!=(const CColor& other) const {
+  return !(*this == other);
+}
 
-bool CColor::IsMonochrome() const { return m_red == m_green && m_red == m_blue; }
+bool CColor::IsMonochrome() const {
+  return m_red == m_green && m_red == m_blue;
+}
 
-float CColor::GetBrightness() const { return std::max({m_red, m_green, m_blue}) / 255.0f; }
+float CColor::GetBrightness() const {
+  return std::max({m_red, m_green, m_blue}) / 255.0f;
+}
 
 double CColor::GetLuminance(LuminanceConversion conversion) const {
   const double r = GetRedf(), g = GetGreenf(), b = GetBluef();
@@ -381,13 +409,21 @@ void CColor::HLSToRGB(double h, double l, double s, unsigned char& r, unsigned c
 
 // --- Tolerant comparisons. ---------------------------------------------------
 
-bool CColor::LessThan(double a, double b) { return a - b <= -kTolerance; }
+bool CColor::LessThan(double a, double b) {
+  return a - b <= -kTolerance;
+}
 
-bool CColor::GreaterThan(double a, double b) { return a - b >= kTolerance; }
+bool CColor::GreaterThan(double a, double b) {
+  return a - b >= kTolerance;
+}
 
-bool CColor::Equals(double a, double b) { return std::fabs(a - b) < kTolerance; }
+bool CColor::Equals(double a, double b) {
+  return std::fabs(a - b) < kTolerance;
+}
 
-bool CColor::LessThanOrEqual(double a, double b) { return LessThan(a, b) || Equals(a, b); }
+bool CColor::LessThanOrEqual(double a, double b) {
+  return LessThan(a, b) || Equals(a, b);
+}
 
 double CColor::Clamp(double v, double lo, double hi) {
   if (v < lo) return lo;
@@ -410,9 +446,15 @@ CColor AxisColor(const CColor& current, double brightness) {
 
 }  // namespace
 
-CColor CColor::GetXAxisColor(double brightness) { return AxisColor(s_xaxis_color, brightness); }
-CColor CColor::GetYAxisColor(double brightness) { return AxisColor(s_yaxis_color, brightness); }
-CColor CColor::GetZAxisColor(double brightness) { return AxisColor(s_zaxis_color, brightness); }
+CColor CColor::GetXAxisColor(double brightness) {
+  return AxisColor(s_xaxis_color, brightness);
+}
+CColor CColor::GetYAxisColor(double brightness) {
+  return AxisColor(s_yaxis_color, brightness);
+}
+CColor CColor::GetZAxisColor(double brightness) {
+  return AxisColor(s_zaxis_color, brightness);
+}
 CColor CColor::GetParallelPerpendicularColor(double brightness) {
   return AxisColor(s_parallel_perpendicular_color, brightness);
 }
@@ -445,6 +487,8 @@ void CColor::GetAxesBrightnessValue() {
   s_axes_brightness_value = all_default ? kAxisBrightnessDefault : 1.0;
 }
 
-void CColor::SetAxesBrightnessValue(double value) { s_axes_brightness_value = value; }
+void CColor::SetAxesBrightnessValue(double value) {
+  s_axes_brightness_value = value;
+}
 
 }  // namespace tavrin::utils

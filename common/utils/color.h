@@ -70,8 +70,8 @@ class TAVRIN_EXPORT CColor {
   // Set() - four integers of one integral type, each cast to unsigned char.
   template <class I, std::enable_if_t<std::is_integral_v<I>, int> = 0>
   void Set(I r, I g, I b, I a) {
-    Set(static_cast<unsigned char>(r), static_cast<unsigned char>(g),
-        static_cast<unsigned char>(b), static_cast<unsigned char>(a));
+    Set(static_cast<unsigned char>(r), static_cast<unsigned char>(g), static_cast<unsigned char>(b),
+        static_cast<unsigned char>(a));
   }
   // Set() - each channel by the channel rule: Set(0.5, 0.5, 0.5, 0.5) gives
   // (127, 127, 127, 127); Set(-3, 2, 1.0, 0.999) gives (0, 255, 255, 254).

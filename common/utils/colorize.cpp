@@ -234,7 +234,9 @@ double CalcValue(double n1, double n2, double hue) {
 
 // --- CColor names and text. --------------------------------------------------
 
-int CColor::NumberOfColorNames() { return kNameCount; }
+int CColor::NumberOfColorNames() {
+  return kNameCount;
+}
 
 const char* CColor::GetColorName(int index) {
   if (index < 0 || index >= kNameCount) return nullptr;
@@ -313,8 +315,8 @@ bool WalkPixels(unsigned char* bits, int width, int height, int bitsPerPixel, in
 
 }  // namespace
 
-bool Colorize::GetParameters(double& hue, double& lightness, double& saturation,
-                             const CColor& from, const CColor& to, bool relativeHue) {
+bool Colorize::GetParameters(double& hue, double& lightness, double& saturation, const CColor& from,
+                             const CColor& to, bool relativeHue) {
   // NoColor leaves its HLS values untouched: they count as 0.
   double hs = 0.0, ls = 0.0, ss = 0.0;
   (void)from.GetHLS(hs, ls, ss);
@@ -382,8 +384,7 @@ bool Colorize::ColorizeBitmap(unsigned char* bits, int width, int height, int bi
 }
 
 bool Colorize::ReassignColors(unsigned char* bits, int width, int height, int bitsPerPixel,
-                              int rowBytes, CColor& match, CColor& matchColor,
-                              CColor& otherColor) {
+                              int rowBytes, CColor& match, CColor& matchColor, CColor& otherColor) {
   // Copies first, so a `match` that aliases one of the replacements still
   // compares against its value at the start.
   const CColor key = match, on = matchColor, off = otherColor;

@@ -42,8 +42,8 @@ class TAVRIN_EXPORT Colorize {
   // - Both in colour: saturation is the difference; hue is the difference
   //   when `relativeHue`, else the target's hue; returns false.
   // - `to` monochrome, `from` in colour: hue 0, saturation -1; returns true.
-  static bool GetParameters(double& hue, double& lightness, double& saturation,
-                            const CColor& from, const CColor& to, bool relativeHue);
+  static bool GetParameters(double& hue, double& lightness, double& saturation, const CColor& from,
+                            const CColor& to, bool relativeHue);
 
   // ColorizePixel() - recolours the three bytes red, green, blue at `rgb`
   // with `params` pointing at the three doubles hue, lightness, saturation:

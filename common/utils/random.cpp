@@ -18,9 +18,13 @@ constexpr double kDivisor = 2147483647.0;
 
 }  // namespace
 
-void Random::SetSeed(unsigned int seed) { std::srand(seed); }
+void Random::SetSeed(unsigned int seed) {
+  std::srand(seed);
+}
 
-void Random::SeedWithTime() { std::srand(static_cast<unsigned int>(std::time(nullptr))); }
+void Random::SeedWithTime() {
+  std::srand(static_cast<unsigned int>(std::time(nullptr)));
+}
 
 double Random::GetValue(double low, double high) {
   const double unit = std::rand() / kDivisor;
@@ -30,7 +34,8 @@ double Random::GetValue(double low, double high) {
 int Random::GetValue(int low, int high) {
   // The difference is formed in 32-bit arithmetic: it wraps instead of
   // overflowing (GetValue(INT_MIN, INT_MAX) has the difference -1).
-  const int span = static_cast<int>(static_cast<unsigned int>(high) - static_cast<unsigned int>(low));
+  const int span =
+      static_cast<int>(static_cast<unsigned int>(high) - static_cast<unsigned int>(low));
   double product = (std::rand() / kDivisor) * span;
   // |product| <= |span| always holds for rand() within [0, RAND_MAX]; the
   // clamp keeps the conversion below defined whatever the generator does.
@@ -40,4 +45,6 @@ int Random::GetValue(int low, int high) {
   return static_cast<int>(static_cast<unsigned int>(low) + static_cast<unsigned int>(offset));
 }
 
-bool Random::FlipCoin() { return (std::rand() % 2) == 0; }
+bool Random::FlipCoin() {
+  return (std::rand() % 2) == 0;
+}

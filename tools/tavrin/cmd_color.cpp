@@ -127,7 +127,7 @@ void Demo(const DemoContext& ctx) {
       std::fprintf(ctx.out, "  %-16s %-20s %s  nearest %s\n", text.c_str(), Bytes(c).c_str(),
                    Hex(c).c_str(), c.GetName());
     } else {
-      std::fprintf(ctx.out, "  %-16s not a colour (left unchanged, reported as false)\n",
+      std::fprintf(ctx.out, "  %-16s not a colour name nor hexadecimal colour text\n",
                    text.c_str());
     }
   }
@@ -137,7 +137,8 @@ void Demo(const DemoContext& ctx) {
   CColor over(255, 0, 0, 128);
   const CColor under(0, 0, 255, 0);
   over.BlendInto(&under);
-  std::fprintf(ctx.out, "  (255, 0, 0, 128) over (0, 0, 255, 0)   = %s  (alpha from under's blue)\n",
+  std::fprintf(ctx.out,
+               "  (255, 0, 0, 128) over (0, 0, 255, 0)   = %s  (alpha from under's blue)\n",
                Bytes(over).c_str());
   CColor grey = CColor::White;
   grey.MakeGray();
@@ -151,7 +152,8 @@ void Demo(const DemoContext& ctx) {
     Colorize::GetParameters(params[0], params[1], params[2], orange, steel, false);
     unsigned char pixel[3] = {orange.m_red, orange.m_green, orange.m_blue};
     Colorize::ColorizePixel(pixel, params, false);
-    std::fprintf(ctx.out, "  hue %.1f, lightness %+.3f, saturation %+.3f: (255, 165, 0) -> (%d, %d, %d)\n",
+    std::fprintf(ctx.out,
+                 "  hue %.1f, lightness %+.3f, saturation %+.3f: (255, 165, 0) -> (%d, %d, %d)\n",
                  params[0], params[1], params[2], pixel[0], pixel[1], pixel[2]);
   }
 }

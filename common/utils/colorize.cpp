@@ -9,6 +9,7 @@
 
 #include "common/utils/color.h"
 #include "common/utils/internal/colorize_internal.h"
+#include "common/utils/unichar.h"
 #include "common/utils/ustring.h"
 
 namespace tavrin::utils {
@@ -189,13 +190,8 @@ int HexDigit(unsigned short unit) {
   return -1;
 }
 
-}  // namespace
-
-namespace detail {
-
-bool ParseHexColorString(tavrin_ustring text, CColor& out) {
-  const unsigned short* units = text.c_str();
-  std::size_t size = text.size();
+// Hexadecimal colour text of `size` UTF-16 units (see ParseHexColorString).
+bool ParseHexUnits(const unsigned short* units, std::size_t size, CColor& out) {
   // Any number of leading "#": skipped in a loop, so a long run costs
   // neither stack nor quadratic time.
   std::size_t start = 0;
@@ -219,6 +215,14 @@ bool ParseHexColorString(tavrin_ustring text, CColor& out) {
                static_cast<unsigned char>(digits[4] * 16 + digits[5]),
                static_cast<unsigned char>(255));
   return true;
+}
+
+}  // namespace
+
+namespace detail {
+
+bool ParseHexColorString(tavrin_ustring text, CColor& out) {
+  return ParseHexUnits(text.c_str(), text.size(), out);
 }
 
 double CalcValue(double n1, double n2, double hue) {
@@ -264,17 +268,20 @@ bool CColor::SetFromName(const unsigned short* name) {
   const tavrin_ustring text(name);
   const auto& names = UnicodeNames();
   for (int i = 0; i < kNameCount; ++i) {
+    // Case mapping is one unit to one unit, so a name of another length can
+    // never compare equal: skip the comparison.
+    if (names[i].size() != text.size()) continue;
     if (text.compare_nocase(names[i]) == 0) {
       Set(X11Names[i].red, X11Names[i].green, X11Names[i].blue, static_cast<unsigned char>(255));
       return true;
     }
   }
-  return detail::ParseHexColorString(text, *this);
+  return ParseHexUnits(text.c_str(), text.size(), *this);
 }
 
 bool CColor::SetFromHtmlHex(const unsigned short* text) {
   if (!text) return false;
-  return detail::ParseHexColorString(tavrin_ustring(text), *this);
+  return ParseHexUnits(text, ustrlen(text), *this);
 }
 
 }  // namespace tavrin::utils

@@ -46,43 +46,53 @@ float Narrow(double x) {
 }  // namespace
 
 // --- Named constants and the axis colours. ----------------------------------
-// Constant-initialised (constexpr constructors), so they hold their values
-// before any dynamic initialisation in this or another library runs.
+// Every one is constant-initialised from a constexpr value, so it holds its
+// value before any dynamic initialisation in this or another library runs.
 
-constexpr CColor CColor::Red(255, 0, 0, 255);
-constexpr CColor CColor::DarkRed(128, 0, 0, 255);
-constexpr CColor CColor::Green(0, 255, 0, 255);
-constexpr CColor CColor::DarkGreen(0, 128, 0, 255);
-constexpr CColor CColor::Blue(0, 0, 255, 255);
-constexpr CColor CColor::DarkBlue(0, 0, 128, 255);
-constexpr CColor CColor::Yellow(255, 255, 0, 255);
-constexpr CColor CColor::DarkYellow(128, 128, 0, 255);
-constexpr CColor CColor::Cyan(0, 255, 255, 255);
-constexpr CColor CColor::DarkCyan(0, 128, 128, 255);
-constexpr CColor CColor::Magenta(255, 0, 255, 255);
-constexpr CColor CColor::DarkMagenta(128, 0, 128, 255);
-constexpr CColor CColor::Orange(255, 128, 0, 255);
-constexpr CColor CColor::White(255, 255, 255, 255);
-constexpr CColor CColor::Black(0, 0, 0, 255);
-constexpr CColor CColor::Gray(128, 128, 128, 255);
-constexpr CColor CColor::LightGray(192, 192, 192, 255);
-constexpr CColor CColor::DarkGray(64, 64, 64, 255);
-constexpr CColor CColor::NoColor(0, 0, 0, 0);
+namespace {
 
-constexpr CColor CColor::kXaxisDefaultColor = CColor::Red;
-constexpr CColor CColor::kYaxisDefaultColor = CColor::Green;
-constexpr CColor CColor::kZaxisDefaultColor = CColor::Blue;
-constexpr CColor CColor::kParallelPerpendicularDefaultColor = CColor::Magenta;
-constexpr CColor CColor::kTangentDefaultColor = CColor::Cyan;
-constexpr CColor CColor::kXaxisCrosshairDefaultColor(255, 127, 127, 255);
-constexpr CColor CColor::kYaxisCrosshairDefaultColor(127, 255, 127, 255);
-constexpr CColor CColor::kZaxisCrosshairDefaultColor(127, 127, 255, 255);
+constexpr CColor kRedValue(255, 0, 0, 255);
+constexpr CColor kGreenValue(0, 255, 0, 255);
+constexpr CColor kBlueValue(0, 0, 255, 255);
+constexpr CColor kCyanValue(0, 255, 255, 255);
+constexpr CColor kMagentaValue(255, 0, 255, 255);
 
-CColor CColor::s_xaxis_color = CColor::kXaxisDefaultColor;
-CColor CColor::s_yaxis_color = CColor::kYaxisDefaultColor;
-CColor CColor::s_zaxis_color = CColor::kZaxisDefaultColor;
-CColor CColor::s_parallel_perpendicular_color = CColor::kParallelPerpendicularDefaultColor;
-CColor CColor::s_tangent_color = CColor::kTangentDefaultColor;
+}  // namespace
+
+const CColor CColor::Red = kRedValue;
+const CColor CColor::DarkRed(128, 0, 0, 255);
+const CColor CColor::Green = kGreenValue;
+const CColor CColor::DarkGreen(0, 128, 0, 255);
+const CColor CColor::Blue = kBlueValue;
+const CColor CColor::DarkBlue(0, 0, 128, 255);
+const CColor CColor::Yellow(255, 255, 0, 255);
+const CColor CColor::DarkYellow(128, 128, 0, 255);
+const CColor CColor::Cyan = kCyanValue;
+const CColor CColor::DarkCyan(0, 128, 128, 255);
+const CColor CColor::Magenta = kMagentaValue;
+const CColor CColor::DarkMagenta(128, 0, 128, 255);
+const CColor CColor::Orange(255, 128, 0, 255);
+const CColor CColor::White(255, 255, 255, 255);
+const CColor CColor::Black(0, 0, 0, 255);
+const CColor CColor::Gray(128, 128, 128, 255);
+const CColor CColor::LightGray(192, 192, 192, 255);
+const CColor CColor::DarkGray(64, 64, 64, 255);
+const CColor CColor::NoColor(0, 0, 0, 0);
+
+const CColor CColor::kXaxisDefaultColor = kRedValue;
+const CColor CColor::kYaxisDefaultColor = kGreenValue;
+const CColor CColor::kZaxisDefaultColor = kBlueValue;
+const CColor CColor::kParallelPerpendicularDefaultColor = kMagentaValue;
+const CColor CColor::kTangentDefaultColor = kCyanValue;
+const CColor CColor::kXaxisCrosshairDefaultColor(255, 127, 127, 255);
+const CColor CColor::kYaxisCrosshairDefaultColor(127, 255, 127, 255);
+const CColor CColor::kZaxisCrosshairDefaultColor(127, 127, 255, 255);
+
+CColor CColor::s_xaxis_color = kRedValue;
+CColor CColor::s_yaxis_color = kGreenValue;
+CColor CColor::s_zaxis_color = kBlueValue;
+CColor CColor::s_parallel_perpendicular_color = kMagentaValue;
+CColor CColor::s_tangent_color = kCyanValue;
 double CColor::s_axes_brightness_value = CColor::kAxisBrightnessDefault;
 
 // --- Construction and assignment. --------------------------------------------

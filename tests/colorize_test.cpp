@@ -11,6 +11,7 @@
 #include <limits>
 #include <memory>
 #include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -44,169 +45,65 @@ tavrin_ustring U(const char* utf8) {
 // The name table as the CSS colour keywords write it, in table order, with
 // hexadecimal values: a second, independent transcription of the table.
 struct Keyword {
-  const char* name;
-  const char* hex;
+  std::string name;
+  int r, g, b;
 };
-const Keyword kKeywords[] = {
-    {"AliceBlue", "F0F8FF"},
-    {"AntiqueWhite", "FAEBD7"},
-    {"Aqua", "00FFFF"},
-    {"Aquamarine", "7FFFD4"},
-    {"Azure", "F0FFFF"},
-    {"Beige", "F5F5DC"},
-    {"Bisque", "FFE4C4"},
-    {"Black", "000000"},
-    {"BlanchedAlmond", "FFEBCD"},
-    {"Blue", "0000FF"},
-    {"BlueViolet", "8A2BE2"},
-    {"Brown", "A52A2A"},
-    {"BurlyWood", "DEB887"},
-    {"CadetBlue", "5F9EA0"},
-    {"Chartreuse", "7FFF00"},
-    {"Chocolate", "D2691E"},
-    {"Coral", "FF7F50"},
-    {"CornflowerBlue", "6495ED"},
-    {"Cornsilk", "FFF8DC"},
-    {"Crimson", "DC143C"},
-    {"Cyan", "00FFFF"},
-    {"DarkBlue", "00008B"},
-    {"DarkCyan", "008B8B"},
-    {"DarkGoldenrod", "B8860B"},
-    {"DarkGray", "A9A9A9"},
-    {"DarkGreen", "006400"},
-    {"DarkKhaki", "BDB76B"},
-    {"DarkMagenta", "8B008B"},
-    {"DarkOliveGreen", "556B2F"},
-    {"DarkOrange", "FF8C00"},
-    {"DarkOrchid", "9932CC"},
-    {"DarkRed", "8B0000"},
-    {"DarkSalmon", "E9967A"},
-    {"DarkSeaGreen", "8FBC8F"},
-    {"DarkSlateBlue", "483D8B"},
-    {"DarkSlateGray", "2F4F4F"},
-    {"DarkTurquoise", "00CED1"},
-    {"DarkViolet", "9400D3"},
-    {"DeepPink", "FF1493"},
-    {"DeepSkyBlue", "00BFFF"},
-    {"DimGray", "696969"},
-    {"DodgerBlue", "1E90FF"},
-    {"FireBrick", "B22222"},
-    {"FloralWhite", "FFFAF0"},
-    {"ForestGreen", "228B22"},
-    {"Fuchsia", "FF00FF"},
-    {"Gainsboro", "DCDCDC"},
-    {"GhostWhite", "F8F8FF"},
-    {"Gold", "FFD700"},
-    {"Goldenrod", "DAA520"},
-    {"Gray", "808080"},
-    {"Green", "008000"},
-    {"GreenYellow", "ADFF2F"},
-    {"Honeydew", "F0FFF0"},
-    {"HotPink", "FF69B4"},
-    {"IndianRed", "CD5C5C"},
-    {"Indigo", "4B0082"},
-    {"Ivory", "FFFFF0"},
-    {"Khaki", "F0E68C"},
-    {"Lavender", "E6E6FA"},
-    {"LavenderBlush", "FFF0F5"},
-    {"LawnGreen", "7CFC00"},
-    {"LemonChiffon", "FFFACD"},
-    {"LightBlue", "ADD8E6"},
-    {"LightCoral", "F08080"},
-    {"LightCyan", "E0FFFF"},
-    {"LightGoldenrodYellow", "FAFAD2"},
-    {"LightGreen", "90EE90"},
-    {"LightGrey", "D3D3D3"},
-    {"LightPink", "FFB6C1"},
-    {"LightSalmon", "FFA07A"},
-    {"LightSeaGreen", "20B2AA"},
-    {"LightSkyBlue", "87CEFA"},
-    {"LightSlateGray", "778899"},
-    {"LightSteelBlue", "B0C4DE"},
-    {"LightYellow", "FFFFE0"},
-    {"Lime", "00FF00"},
-    {"LimeGreen", "32CD32"},
-    {"Linen", "FAF0E6"},
-    {"Magenta", "FF00FF"},
-    {"Maroon", "800000"},
-    {"MediumAquamarine", "66CDAA"},
-    {"MediumBlue", "0000CD"},
-    {"MediumOrchid", "BA55D3"},
-    {"MediumPurple", "9370DB"},
-    {"MediumSeaGreen", "3CB371"},
-    {"MediumSlateBlue", "7B68EE"},
-    {"MediumSpringGreen", "00FA9A"},
-    {"MediumTurquoise", "48D1CC"},
-    {"MediumVioletRed", "C71585"},
-    {"MidnightBlue", "191970"},
-    {"MintCream", "F5FFFA"},
-    {"MistyRose", "FFE4E1"},
-    {"Moccasin", "FFE4B5"},
-    {"NavajoWhite", "FFDEAD"},
-    {"Navy", "000080"},
-    {"OldLace", "FDF5E6"},
-    {"Olive", "808000"},
-    {"OliveDrab", "6B8E23"},
-    {"Orange", "FFA500"},
-    {"OrangeRed", "FF4500"},
-    {"Orchid", "DA70D6"},
-    {"PaleGoldenrod", "EEE8AA"},
-    {"PaleGreen", "98FB98"},
-    {"PaleTurquoise", "AFEEEE"},
-    {"PaleVioletRed", "DB7093"},
-    {"PapayaWhip", "FFEFD5"},
-    {"PeachPuff", "FFDAB9"},
-    {"Peru", "CD853F"},
-    {"Pink", "FFC0CB"},
-    {"Plum", "DDA0DD"},
-    {"PowderBlue", "B0E0E6"},
-    {"Purple", "800080"},
-    {"Red", "FF0000"},
-    {"RosyBrown", "BC8F8F"},
-    {"RoyalBlue", "4169E1"},
-    {"SaddleBrown", "8B4513"},
-    {"Salmon", "FA8072"},
-    {"SandyBrown", "F4A460"},
-    {"SeaGreen", "2E8B57"},
-    {"Seashell", "FFF5EE"},
-    {"Sienna", "A0522D"},
-    {"Silver", "C0C0C0"},
-    {"SkyBlue", "87CEEB"},
-    {"SlateBlue", "6A5ACD"},
-    {"SlateGray", "708090"},
-    {"Snow", "FFFAFA"},
-    {"SpringGreen", "00FF7F"},
-    {"SteelBlue", "4682B4"},
-    {"Tan", "D2B48C"},
-    {"Teal", "008080"},
-    {"Thistle", "D8BFD8"},
-    {"Tomato", "FF6347"},
-    {"Turquoise", "40E0D0"},
-    {"Violet", "EE82EE"},
-    {"Wheat", "F5DEB3"},
-    {"White", "FFFFFF"},
-    {"WhiteSmoke", "F5F5F5"},
-    {"Yellow", "FFFF00"},
-    {"YellowGreen", "9ACD32"},
-};
-constexpr int kKeywordCount = sizeof(kKeywords) / sizeof(kKeywords[0]);
 
-// The red, green, blue of a keyword's hexadecimal text.
-void KeywordRgb(int index, int& r, int& g, int& b) {
-  const unsigned long v = std::strtoul(kKeywords[index].hex, nullptr, 16);
-  r = static_cast<int>((v >> 16) & 0xFF);
-  g = static_cast<int>((v >> 8) & 0xFF);
-  b = static_cast<int>(v & 0xFF);
+// The keywords as "Name RRGGBB" pairs, in table order.
+const char kKeywordText[] = R"(
+AliceBlue F0F8FF AntiqueWhite FAEBD7 Aqua 00FFFF Aquamarine 7FFFD4 Azure F0FFFF Beige F5F5DC
+Bisque FFE4C4 Black 000000 BlanchedAlmond FFEBCD Blue 0000FF BlueViolet 8A2BE2 Brown A52A2A
+BurlyWood DEB887 CadetBlue 5F9EA0 Chartreuse 7FFF00 Chocolate D2691E Coral FF7F50
+CornflowerBlue 6495ED Cornsilk FFF8DC Crimson DC143C Cyan 00FFFF DarkBlue 00008B
+DarkCyan 008B8B DarkGoldenrod B8860B DarkGray A9A9A9 DarkGreen 006400 DarkKhaki BDB76B
+DarkMagenta 8B008B DarkOliveGreen 556B2F DarkOrange FF8C00 DarkOrchid 9932CC DarkRed 8B0000
+DarkSalmon E9967A DarkSeaGreen 8FBC8F DarkSlateBlue 483D8B DarkSlateGray 2F4F4F
+DarkTurquoise 00CED1 DarkViolet 9400D3 DeepPink FF1493 DeepSkyBlue 00BFFF DimGray 696969
+DodgerBlue 1E90FF FireBrick B22222 FloralWhite FFFAF0 ForestGreen 228B22 Fuchsia FF00FF
+Gainsboro DCDCDC GhostWhite F8F8FF Gold FFD700 Goldenrod DAA520 Gray 808080 Green 008000
+GreenYellow ADFF2F Honeydew F0FFF0 HotPink FF69B4 IndianRed CD5C5C Indigo 4B0082
+Ivory FFFFF0 Khaki F0E68C Lavender E6E6FA LavenderBlush FFF0F5 LawnGreen 7CFC00
+LemonChiffon FFFACD LightBlue ADD8E6 LightCoral F08080 LightCyan E0FFFF
+LightGoldenrodYellow FAFAD2 LightGreen 90EE90 LightGrey D3D3D3 LightPink FFB6C1
+LightSalmon FFA07A LightSeaGreen 20B2AA LightSkyBlue 87CEFA LightSlateGray 778899
+LightSteelBlue B0C4DE LightYellow FFFFE0 Lime 00FF00 LimeGreen 32CD32 Linen FAF0E6
+Magenta FF00FF Maroon 800000 MediumAquamarine 66CDAA MediumBlue 0000CD MediumOrchid BA55D3
+MediumPurple 9370DB MediumSeaGreen 3CB371 MediumSlateBlue 7B68EE MediumSpringGreen 00FA9A
+MediumTurquoise 48D1CC MediumVioletRed C71585 MidnightBlue 191970 MintCream F5FFFA
+MistyRose FFE4E1 Moccasin FFE4B5 NavajoWhite FFDEAD Navy 000080 OldLace FDF5E6 Olive 808000
+OliveDrab 6B8E23 Orange FFA500 OrangeRed FF4500 Orchid DA70D6 PaleGoldenrod EEE8AA
+PaleGreen 98FB98 PaleTurquoise AFEEEE PaleVioletRed DB7093 PapayaWhip FFEFD5
+PeachPuff FFDAB9 Peru CD853F Pink FFC0CB Plum DDA0DD PowderBlue B0E0E6 Purple 800080
+Red FF0000 RosyBrown BC8F8F RoyalBlue 4169E1 SaddleBrown 8B4513 Salmon FA8072
+SandyBrown F4A460 SeaGreen 2E8B57 Seashell FFF5EE Sienna A0522D Silver C0C0C0 SkyBlue 87CEEB
+SlateBlue 6A5ACD SlateGray 708090 Snow FFFAFA SpringGreen 00FF7F SteelBlue 4682B4 Tan D2B48C
+Teal 008080 Thistle D8BFD8 Tomato FF6347 Turquoise 40E0D0 Violet EE82EE Wheat F5DEB3
+White FFFFFF WhiteSmoke F5F5F5 Yellow FFFF00 YellowGreen 9ACD32)";
+
+const std::vector<Keyword>& Keywords() {
+  static const std::vector<Keyword> keywords = [] {
+    std::vector<Keyword> out;
+    std::istringstream in(kKeywordText);
+    std::string name, hex;
+    while (in >> name >> hex) {
+      const unsigned long v = std::strtoul(hex.c_str(), nullptr, 16);
+      out.push_back({name, static_cast<int>(v >> 16), static_cast<int>((v >> 8) & 0xFF),
+                     static_cast<int>(v & 0xFF)});
+    }
+    return out;
+  }();
+  return keywords;
 }
 
 // --- The name table. ---------------------------------------------------------
 
 TEST(ColorizeTest, TableHas140NamesInOrder) {
-  ASSERT_EQ(140, kKeywordCount);
+  const auto& keywords = Keywords();
+  ASSERT_EQ(140u, keywords.size());
   EXPECT_EQ(140, CColor::NumberOfColorNames());
   for (int i = 0; i < 140; ++i) {
     ASSERT_NE(nullptr, CColor::GetColorName(i)) << i;
-    EXPECT_STREQ(kKeywords[i].name, CColor::GetColorName(i)) << i;
+    EXPECT_EQ(keywords[i].name, CColor::GetColorName(i)) << i;
   }
   EXPECT_STREQ("AliceBlue", CColor::GetColorName(0));
   EXPECT_STREQ("YellowGreen", CColor::GetColorName(139));
@@ -236,12 +133,10 @@ TEST(ColorizeTest, TableSpellsGrayExceptLightGrey) {
 }
 
 TEST(ColorizeTest, TableValuesAreTheCssKeywords) {
-  for (int i = 0; i < kKeywordCount; ++i) {
-    int r, g, b;
-    KeywordRgb(i, r, g, b);
+  for (const Keyword& k : Keywords()) {
     CColor by_name;
-    ASSERT_TRUE(by_name.SetFromName(U(kKeywords[i].name).c_str())) << kKeywords[i].name;
-    EXPECT_COLOR(r, g, b, 255, by_name) << kKeywords[i].name;
+    ASSERT_TRUE(by_name.SetFromName(U(k.name.c_str()).c_str())) << k.name;
+    EXPECT_COLOR(k.r, k.g, k.b, 255, by_name) << k.name;
   }
   CColor c;
   ASSERT_TRUE(c.SetFromName(U("Aqua").c_str()));
@@ -314,15 +209,12 @@ TEST(ColorizeTest, NearestNameExamples) {
 }
 
 TEST(ColorizeTest, EveryTableColourNamesItselfUnlessAnEarlierTwinExists) {
-  for (int i = 0; i < kKeywordCount; ++i) {
-    int r, g, b;
-    KeywordRgb(i, r, g, b);
-    const CColor c(r, g, b, 255);
-    const std::string name = kKeywords[i].name;
-    const char* expected = name == "Cyan"      ? "Aqua"
-                           : name == "Magenta" ? "Fuchsia"
-                                               : kKeywords[i].name;
-    EXPECT_STREQ(expected, c.GetName()) << name;
+  for (const Keyword& k : Keywords()) {
+    const CColor c(k.r, k.g, k.b, 255);
+    const std::string expected = k.name == "Cyan"      ? "Aqua"
+                                 : k.name == "Magenta" ? "Fuchsia"
+                                                       : k.name;
+    EXPECT_EQ(expected, c.GetName()) << k.name;
   }
 }
 
@@ -335,18 +227,16 @@ TEST(ColorizeTest, NearestNameIsTheClosestAndEarliest) {
     c = static_cast<unsigned int>(rng());
     // Reference over the independent keyword list.
     long best = LONG_MAX;
-    int best_index = -1;
-    for (int i = 0; i < kKeywordCount; ++i) {
-      int r, g, b;
-      KeywordRgb(i, r, g, b);
-      const long d = (c.m_red - r) * (c.m_red - r) + (c.m_green - g) * (c.m_green - g) +
-                     (c.m_blue - b) * (c.m_blue - b);
+    std::string best_name;
+    for (const Keyword& k : Keywords()) {
+      const long d = (c.m_red - k.r) * (c.m_red - k.r) + (c.m_green - k.g) * (c.m_green - k.g) +
+                     (c.m_blue - k.b) * (c.m_blue - k.b);
       if (d < best) {
         best = d;
-        best_index = i;
+        best_name = k.name;
       }
     }
-    EXPECT_STREQ(kKeywords[best_index].name, c.GetName()) << Show(c);
+    EXPECT_EQ(best_name, c.GetName()) << Show(c);
   }
 }
 

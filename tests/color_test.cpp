@@ -76,6 +76,10 @@ TEST(ColorTest, MemoryLayoutIsRedGreenBlueAlpha) {
   EXPECT_EQ(0x22, bytes[1]);
   EXPECT_EQ(0x33, bytes[2]);
   EXPECT_EQ(0x44, bytes[3]);
+  EXPECT_EQ(0x11, c.GetRed());
+  EXPECT_EQ(0x22, c.GetGreen());
+  EXPECT_EQ(0x33, c.GetBlue());
+  EXPECT_EQ(0x44, c.GetAlpha());
   if constexpr (std::endian::native == std::endian::little) {
     std::uint32_t word;
     std::memcpy(&word, &c, 4);

@@ -324,8 +324,7 @@ const Variant& Variant::GetValue(int index) const {
   // range.
   const auto position = static_cast<std::uint64_t>(static_cast<std::int64_t>(index));
   if (position >= list.size()) {
-    throw std::out_of_range("Variant::GetValue: index " + std::to_string(index) +
-                            " out of range for a list of " + std::to_string(list.size()));
+    throw std::out_of_range("Variant::GetValue: index out of range");
   }
   return list[position];
 }

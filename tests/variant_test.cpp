@@ -696,7 +696,7 @@ TEST(VariantTest, TimestampsKeepTheirCount) {
   EXPECT_EQ(back.GetDATE(), 1710037800);
   const Time negative = Variant(Time(-2208988800));
   EXPECT_EQ(negative.GetDATE(), -2208988800);
-  EXPECT_TRUE(Variant(Time()) == Variant(Time(0)));
+  EXPECT_TRUE(Variant(Time()) == Variant(Time(time_t{0})));
   EXPECT_FALSE(Variant(Time(1)) == Variant(Time(2)));
   EXPECT_FALSE(Variant(Time(1)) == Variant(1LL));
 }

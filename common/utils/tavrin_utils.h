@@ -14,6 +14,7 @@
 #include "common/utils/color.h"
 #include "common/utils/colorize.h"
 #include "common/utils/convertutf.h"
+#include "common/utils/dictionary.h"
 #include "common/utils/export.h"
 #include "common/utils/guid.h"
 #include "common/utils/history.h"
@@ -29,3 +30,4 @@
 #include "common/utils/unichar.h"
 #include "common/utils/unitsinfo.h"
 #include "common/utils/ustring.h"
+#include "common/utils/variant.h"

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "common/utils/allocator.h"
+#include "common/utils/analyticsmanager.h"
 #include "common/utils/angleinfo.h"
 #include "common/utils/application.h"
 #include "common/utils/auto_release_pool.h"

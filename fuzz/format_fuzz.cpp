@@ -363,7 +363,6 @@ bool MakePlan(Reader& in, Plan& plan) {
     bool positional = mode == 1 || mode == 2 || (mode == 3 && (kind & 8));
     const Cls want = static_cast<Cls>(in.Byte() % 8);
     if (!positional) {
-      plan.sequential_used = true;
       Conv c = MakeConv(in, want);
       int star_value = 0;
       const bool star = (kind & 0x40) && c.width >= 0 && plan.nargs < 2 && c.letter != 'p' &&
@@ -376,6 +375,7 @@ bool MakePlan(Reader& in, Plan& plan) {
         star_value = static_cast<int>(w.i);
       }
       if (plan.nargs >= 3) break;
+      plan.sequential_used = true;
       Arg& a = plan.args[plan.nargs++];
       MakeArg(in, want, c, a);
       if ((c.letter == 's' || c.letter == 'S') && !AsciiArg(a)) c.width = c.precision = -1;
@@ -510,6 +510,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const Units16 got = UnitsOf(r.got);
   if (plan.reject) {
     ++stats.rejected;
+    if (!got.empty()) {
+      const std::string f(plan.platform.begin(), plan.platform.end());
+      std::fprintf(stderr, "format %s (%d arguments)\n", f.c_str(), plan.nargs);
+    }
     Check(got.empty(), "a format the formatter must reject gave text");
   } else {
     ++stats.compared;

@@ -36,6 +36,10 @@ using tavrin::utils::tavrin_ustring;
 // Section: files, folders and diagnostics (fileutils, textfile, trace).
 // ---------------------------------------------------------------------------
 
+// GetWorkingDirectory() - the process's working directory in the file
+// system's byte form, whatever its length. False with `out` cleared when it
+// cannot be read (the directory was removed, no permission).
+bool GetWorkingDirectory(std::string& out);
 
 
 // ---------------------------------------------------------------------------

@@ -1,0 +1,589 @@
+// fileutils_paths.cpp - the pure path functions of fileutils.h: normalising,
+// splitting and joining path strings, relative paths and short display paths.
+//
+// The functions work on the UTF-16 units directly and build each result once
+// in a buffer of its final (or a bounding) size, so the hot ones
+// (FixPathString, GetShortPath) make a single pass and one allocation per
+// string they return.
+#include <algorithm>
+#include <cstddef>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "common/utils/fileutils.h"
+#include "common/utils/platform.h"
+
+namespace tavrin::utils {
+namespace {
+
+using Unit = unsigned short;
+using Units = tavrin_ustring::string_type;
+
+constexpr Unit kSlash = u'/';
+constexpr Unit kBackslash = u'\\';
+constexpr Unit kDot = u'.';
+constexpr Unit kColon = u':';
+
+inline bool IsSeparator(Unit c) { return c == kSlash || c == kBackslash; }
+
+// Characters that cannot appear in a file name on one of the desktop
+// platforms; FixPathString turns them into "_" outside the protected prefix.
+inline bool IsIllegalInName(Unit c) {
+  return c < 32 || c == u'|' || c == u'?' || c == u'<' || c == u'>' || c == u':' || c == u'"' ||
+         c == u'*';
+}
+
+inline tavrin_ustring Slice(const Unit* s, std::size_t n) { return tavrin_ustring(s, n); }
+
+inline tavrin_ustring FromUnits(Units&& units) { return tavrin_ustring(std::move(units)); }
+
+inline tavrin_ustring Literal(const char16_t* s) { return tavrin_ustring(s); }
+
+// Whether s[0..n) starts with the ASCII text `lit`, reading "\" as "/".
+bool StartsWithSlashed(const Unit* s, std::size_t n, const char* lit) {
+  std::size_t i = 0;
+  for (; lit[i] != '\0'; ++i) {
+    if (i >= n) return false;
+    Unit c = s[i] == kBackslash ? kSlash : s[i];
+    if (c != static_cast<Unit>(static_cast<unsigned char>(lit[i]))) return false;
+  }
+  return true;
+}
+
+// Length of the part FixPathString never rewrites; never more than n
+// (n >= 1).
+std::size_t ProtectedPrefixLength(const Unit* s, std::size_t n) {
+  if (StartsWithSlashed(s, n, "http://") || StartsWithSlashed(s, n, "file://")) return 7;
+  if (StartsWithSlashed(s, n, "smb://")) return 6;
+  // The first ":/" at index 1: a drive with its root. s[1] is ":", so no
+  // earlier ":/" can exist.
+  if (n >= 3 && s[1] == kColon && IsSeparator(s[2])) return 3;
+  // The first ":" at index 1: a bare drive.
+  if (n >= 2 && s[1] == kColon && s[0] != kColon) return 2;
+  if (StartsWithSlashed(s, n, "ms-appx:///")) return 11;
+  return 1;
+}
+
+// FixPathString into `out` (replaced). One pass: separators are unified and
+// doubled ones reduced while illegal characters are replaced.
+void FixInto(const Unit* in, std::size_t n, Units& out) {
+  out.clear();
+  if (n == 0) return;
+  out.resize(n);
+  Unit* o = out.data();
+  const std::size_t prefix = ProtectedPrefixLength(in, n);
+  std::size_t w = 0;
+  // The last two units written, as they were before illegal characters were
+  // replaced: the final "/" is kept after a ":" even when that ":" itself
+  // becomes "_".
+  Unit last = 0, before_last = 0;
+  for (std::size_t i = 0; i < prefix; ++i) {
+    const Unit c = in[i] == kBackslash ? kSlash : in[i];
+    o[w++] = c;
+    before_last = last;
+    last = c;
+  }
+  std::size_t i = prefix;
+  while (i < n) {
+    const Unit c = in[i];
+    before_last = last;
+    if (IsSeparator(c)) {
+      // "//" becomes "/", pairs taken left to right without overlap.
+      i += (i + 1 < n && IsSeparator(in[i + 1])) ? 2 : 1;
+      o[w++] = kSlash;
+      last = kSlash;
+    } else {
+      o[w++] = IsIllegalInName(c) ? u'_' : c;
+      last = c;
+      ++i;
+    }
+  }
+  if (last == kSlash && (w == 1 || before_last != kColon)) --w;
+  out.resize(w);
+}
+
+// --- The platform string class's last-component rules, "/" only. ---------
+
+// The bounds [begin, end) of the last component: after the last "/" once
+// trailing "/" are stripped; "/" for a path of slashes only, empty for "".
+void LastComponent(const Unit* s, std::size_t n, std::size_t& begin, std::size_t& end) {
+  end = n;
+  while (end > 0 && s[end - 1] == kSlash) --end;
+  if (end == 0) {
+    begin = 0;
+    end = n == 0 ? 0 : 1;  // the root
+    return;
+  }
+  begin = end;
+  while (begin > 0 && s[begin - 1] != kSlash) --begin;
+}
+
+// Length of the prefix of s that is left once the last component is removed:
+// trailing "/" go, then the component and the "/" before it; the root "/"
+// stays when nothing else is left; 0 for a bare name.
+std::size_t WithoutLastComponent(const Unit* s, std::size_t n) {
+  std::size_t end = n;
+  while (end > 0 && s[end - 1] == kSlash) --end;
+  if (end == 0) return n == 0 ? 0 : 1;
+  std::size_t k = end;
+  while (k > 0 && s[k - 1] != kSlash) --k;
+  if (k == 0) return 0;  // a bare name
+  std::size_t j = k - 1;  // the "/" before the component
+  while (j > 0 && s[j - 1] == kSlash) --j;
+  return j == 0 ? 1 : j;
+}
+
+// Position of the dot that starts the extension of component [begin, end), or
+// end when there is none (no dot, or the only dot starts the component).
+std::size_t ExtensionDot(const Unit* s, std::size_t begin, std::size_t end) {
+  for (std::size_t k = end; k > begin; --k) {
+    if (s[k - 1] == kDot) return k - 1 == begin ? end : k - 1;
+  }
+  return end;
+}
+
+// --- Components for the relative-path functions. -------------------------
+
+struct Range {
+  std::size_t begin;
+  std::size_t size;
+};
+
+// The non-empty runs between separators ("/" and "\").
+std::vector<Range> ComponentRanges(const tavrin_ustring& path) {
+  std::vector<Range> out;
+  const Unit* s = path.data();
+  const std::size_t n = path.size();
+  std::size_t i = 0;
+  while (i < n) {
+    while (i < n && IsSeparator(s[i])) ++i;
+    const std::size_t b = i;
+    while (i < n && !IsSeparator(s[i])) ++i;
+    if (i > b) out.push_back({b, i - b});
+  }
+  return out;
+}
+
+std::vector<tavrin_ustring> Components(const tavrin_ustring& path) {
+  std::vector<tavrin_ustring> out;
+  for (const Range& r : ComponentRanges(path)) out.push_back(Slice(path.data() + r.begin, r.size));
+  return out;
+}
+
+bool SameUnits(const Unit* a, std::size_t an, const Unit* b, std::size_t bn) {
+  return an == bn && std::equal(a, a + an, b);
+}
+
+bool IsDriveComponent(const tavrin_ustring& c) { return c.size() == 2 && c[1] == kColon; }
+
+bool IsText(const tavrin_ustring& s, const char* ascii) {
+  std::size_t i = 0;
+  for (; ascii[i] != '\0'; ++i) {
+    if (i >= s.size() || s[i] != static_cast<Unit>(ascii[i])) return false;
+  }
+  return i == s.size();
+}
+
+// The first element, then AppendToPath for each later one.
+tavrin_ustring Fold(const std::vector<tavrin_ustring>& parts) {
+  if (parts.empty()) return {};
+  tavrin_ustring out = parts.front();
+  for (std::size_t i = 1; i < parts.size(); ++i) out = AppendToPath(out, parts[i]);
+  return out;
+}
+
+// The working directory followed by the file name "\dummy", so that the
+// directory itself is the base's directory; false when it cannot be read.
+bool WorkingDirectoryBase(tavrin_ustring& out) {
+  std::string cwd;
+  if (!platform::GetWorkingDirectory(cwd)) return false;
+  out = tavrin_ustring(cwd);
+  out += Literal(u"\\dummy");
+  return true;
+}
+
+// --- GetShortPath helpers. ------------------------------------------------
+
+// Removes every ".../" in one left-to-right pass over non-overlapping
+// occurrences (the text left behind is not searched again).
+void RemoveEllipsisDirs(Units& dir) {
+  const std::size_t n = dir.size();
+  Unit* d = dir.data();
+  std::size_t w = 0, i = 0;
+  while (i < n) {
+    if (i + 4 <= n && d[i] == kDot && d[i + 1] == kDot && d[i + 2] == kDot && d[i + 3] == kSlash) {
+      i += 4;
+    } else {
+      d[w++] = d[i++];
+    }
+  }
+  dir.resize(w);
+}
+
+bool StartsWithEllipsis(const Units& s) {
+  return s.size() >= 3 && s[0] == kDot && s[1] == kDot && s[2] == kDot;
+}
+
+const Units& Ellipsis() {
+  static const Units kEllipsis(3, kDot);
+  return kEllipsis;
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------
+// Path strings.
+// ---------------------------------------------------------------------------
+
+tavrin_ustring FixPathString(const tavrin_ustring& path) {
+  Units out;
+  FixInto(path.data(), path.size(), out);
+  return FromUnits(std::move(out));
+}
+
+tavrin_ustring SanitizeFileName(const tavrin_ustring& name) {
+  Units out;
+  FixInto(name.data(), name.size(), out);
+  std::replace(out.begin(), out.end(), kSlash, static_cast<Unit>(u'_'));
+  return FromUnits(std::move(out));
+}
+
+tavrin_ustring RemoveTrailingSlash(const tavrin_ustring& path) {
+  const std::size_t n = path.size();
+  if (n > 0 && IsSeparator(path[n - 1])) return Slice(path.data(), n - 1);
+  return path;
+}
+
+tavrin_ustring MakeWindowsPath(const tavrin_ustring& path) {
+  Units out = path.str();
+  std::replace(out.begin(), out.end(), kSlash, kBackslash);
+  return FromUnits(std::move(out));
+}
+
+tavrin_ustring MakeOSCompatiblePath(const tavrin_ustring& path) {
+  Units out = path.str();
+  std::replace(out.begin(), out.end(), kBackslash, kSlash);
+  return FromUnits(std::move(out));
+}
+
+int ComparePath(const tavrin_ustring& a, const tavrin_ustring& b, bool caseSensitive) {
+  const tavrin_ustring fa = FixPathString(a);
+  const tavrin_ustring fb = FixPathString(b);
+  const int r = caseSensitive ? fa.compare(fb) : fa.compare_nocase(fb);
+  return r < 0 ? -1 : (r > 0 ? 1 : 0);
+}
+
+int ComparePath(const tavrin_ustring& a, const tavrin_ustring& b) { return ComparePath(a, b, false); }
+
+tavrin_ustring GetFileExtension(const tavrin_ustring& path) {
+  Units fixed;
+  FixInto(path.data(), path.size(), fixed);
+  // Scanning back, a dot met before any "/" is the extension's.
+  for (std::size_t k = fixed.size(); k > 0; --k) {
+    if (fixed[k - 1] == kSlash) break;
+    if (fixed[k - 1] == kDot) {
+      fixed.erase(0, k);
+      return FromUnits(std::move(fixed));
+    }
+  }
+  return {};
+}
+
+bool HasExtension(const tavrin_ustring& path, const tavrin_ustring& extension) {
+  return GetFileExtension(path).compare_nocase(extension) == 0;
+}
+
+bool IsRelativePath(const tavrin_ustring& path) {
+  const Unit* s = path.data();
+  const std::size_t n = path.size();
+  if (std::find(s, s + n, kSlash) == s + n) return true;
+  if (n >= 2 && s[0] == kDot && s[1] == kSlash) return true;
+  return n >= 3 && s[0] == kDot && s[1] == kDot && s[2] == kSlash;
+}
+
+tavrin_ustring AppendToPath(const tavrin_ustring& path, const tavrin_ustring& tail) {
+  if (path.empty()) return FixPathString(tail);
+  const bool tail_sep = !tail.empty() && IsSeparator(tail[0]);
+  const bool path_sep = IsSeparator(path[path.size() - 1]);
+  const std::size_t tail_from = tail_sep ? 1 : 0;
+  Units joined;
+  joined.reserve(path.size() + 1 + tail.size());
+  joined.append(path.data(), path.size());
+  if (!path_sep) joined.push_back(kSlash);
+  joined.append(tail.data() + tail_from, tail.size() - tail_from);
+  Units out;
+  FixInto(joined.data(), joined.size(), out);
+  return FromUnits(std::move(out));
+}
+
+tavrin_ustring AppendExtension(const tavrin_ustring& path, const tavrin_ustring& extension) {
+  if (extension.empty()) return path;
+  Units out;
+  out.reserve(path.size() + 1 + extension.size());
+  out.append(path.data(), path.size());
+  if (extension[0] != kDot) out.push_back(kDot);
+  out.append(extension.data(), extension.size());
+  return FromUnits(std::move(out));
+}
+
+tavrin_ustring RemoveExtension(const tavrin_ustring& path) {
+  const std::size_t n = path.size();
+  if (n == 0 || IsSeparator(path[n - 1])) return path;
+  const tavrin_ustring name = GetFileName(path, true);
+  const std::size_t dot = path.rfind(static_cast<Unit>(kDot));
+  const std::size_t at = path.rfind(name);
+  if (dot != tavrin_ustring::npos && at != tavrin_ustring::npos && dot > at) {
+    return Slice(path.data(), dot);
+  }
+  return path;
+}
+
+std::vector<tavrin_ustring> SplitPath(const tavrin_ustring& path) {
+  // Components are collected from the end: while the path has a directory,
+  // its last name is taken and the directory split further.
+  std::vector<tavrin_ustring> reversed;
+  const Unit* s = path.data();
+  std::size_t n = path.size();
+  for (;;) {
+    std::size_t location = WithoutLastComponent(s, n);
+    if (location == 1 && s[0] == kSlash) location = 0;  // only the root: nothing left
+    if (location == 0) break;
+    reversed.push_back(GetFileName(Slice(s, n), true));
+    n = location;
+  }
+  if (n == 0 || s[0] != kSlash) {
+    reversed.push_back(Slice(s, n));
+  } else {
+    std::size_t i = 0;
+    while (i < n && s[i] == kSlash) ++i;
+    if (i < n) reversed.push_back(Slice(s + i, n - i));
+    reversed.push_back(Literal(u"/"));
+  }
+  return {std::make_move_iterator(reversed.rbegin()), std::make_move_iterator(reversed.rend())};
+}
+
+tavrin_ustring JoinPath(const std::vector<tavrin_ustring>& components) { return Fold(components); }
+
+tavrin_ustring GetFileName(const tavrin_ustring& path, bool withExtension) {
+  Units fixed;
+  FixInto(path.data(), path.size(), fixed);
+  std::size_t begin, end;
+  LastComponent(fixed.data(), fixed.size(), begin, end);
+  if (!withExtension) {
+    const std::size_t dot = ExtensionDot(fixed.data(), begin, end);
+    if (dot != end) {
+      end = dot;
+    } else if (end > begin && fixed[begin] == kDot) {
+      return {};  // a dot file: all extension, no name
+    }
+  }
+  fixed.resize(end);
+  fixed.erase(0, begin);
+  return FromUnits(std::move(fixed));
+}
+
+tavrin_ustring GetFileExt(const tavrin_ustring& path) {
+  std::size_t begin, end;
+  LastComponent(path.data(), path.size(), begin, end);
+  const std::size_t dot = ExtensionDot(path.data(), begin, end);
+  if (dot == end) return {};
+  return Slice(path.data() + dot + 1, end - dot - 1);
+}
+
+tavrin_ustring GetFileDrive(const tavrin_ustring&) { return {}; }
+
+tavrin_ustring GetFileLocation(const tavrin_ustring& path) {
+  const std::size_t keep = WithoutLastComponent(path.data(), path.size());
+  if (keep == 0) return {};
+  Units out;
+  out.reserve(keep + 1);
+  out.append(path.data(), keep);
+  out.push_back(kSlash);
+  return FromUnits(std::move(out));
+}
+
+tavrin_ustring GetFileDirectory(const tavrin_ustring& path) { return GetFileLocation(path); }
+
+// ---------------------------------------------------------------------------
+// Relative and short paths.
+// ---------------------------------------------------------------------------
+
+tavrin_ustring CalculateRelativePath(const tavrin_ustring& base, const tavrin_ustring& target) {
+  if (base.empty() || target.empty()) return {};
+  const std::vector<tavrin_ustring> b = Components(base);
+  const std::vector<tavrin_ustring> t = Components(target);
+  if (b.empty() || t.empty()) return {};
+  if (IsDriveComponent(b[0]) && IsDriveComponent(t[0]) && b[0][0] != t[0][0]) return {};
+  std::size_t common = 0;
+  const std::size_t shorter = std::min(b.size(), t.size());
+  while (common < shorter && b[common] == t[common]) ++common;
+  // Levels to climb from the base's directory; the base's own file name is
+  // not a level.
+  const std::ptrdiff_t up = static_cast<std::ptrdiff_t>(b.size()) -
+                            static_cast<std::ptrdiff_t>(common) - 1;
+  if (up < 0) return {};
+  std::vector<tavrin_ustring> parts;
+  if (up == 0) {
+    parts.push_back(Literal(u"."));
+  } else {
+    parts.assign(static_cast<std::size_t>(up), Literal(u".."));
+  }
+  parts.insert(parts.end(), t.begin() + static_cast<std::ptrdiff_t>(common), t.end());
+  return Fold(parts);
+}
+
+tavrin_ustring ResolveRelativePath(const tavrin_ustring& base, const tavrin_ustring& relative) {
+  if (base.empty() || relative.empty()) return {};
+  std::vector<tavrin_ustring> stack = Components(base);
+  const std::vector<Range> rel = ComponentRanges(relative);
+  if (stack.empty() || rel.empty()) return {};
+  stack.pop_back();  // the base's file name
+  const bool drive = !stack.empty() && IsDriveComponent(stack[0]);
+  const Unit* r = relative.data();
+  for (const Range& c : rel) {
+    const Unit* p = r + c.begin;
+    if (c.size == 1 && p[0] == kDot) continue;
+    if (c.size == 2 && p[0] == kDot && p[1] == kDot) {
+      if (stack.empty() || (drive && stack.size() == 1)) return {};
+      stack.pop_back();
+      continue;
+    }
+    stack.push_back(Slice(p, c.size));
+  }
+  if (stack.empty()) return {};
+  tavrin_ustring joined = Fold(stack);
+  if (drive) return joined;
+  return Literal(u"/") + joined;
+}
+
+tavrin_ustring MakeAbsolutePathFromPathRelativeToCWD(const tavrin_ustring& path) {
+  if (path.empty()) return {};
+  if (path[0] != kDot) return path;
+  tavrin_ustring base;
+  if (!WorkingDirectoryBase(base)) return {};
+  return ResolveRelativePath(base, path);
+}
+
+tavrin_ustring MakeRelativePathFromCWD(const tavrin_ustring& path) {
+  if (path.empty()) return {};
+  if (path[0] == kDot) return path;
+  tavrin_ustring base;
+  if (!WorkingDirectoryBase(base)) return {};
+  return CalculateRelativePath(base, path);
+}
+
+bool PathIsChildOfDirectory(const tavrin_ustring& first, const tavrin_ustring& second) {
+  const std::vector<Range> a = ComponentRanges(first);
+  const std::vector<Range> b = ComponentRanges(second);
+  if (a.empty() || b.empty() || a.size() > b.size()) return false;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    if (!SameUnits(first.data() + a[i].begin, a[i].size, second.data() + b[i].begin, b[i].size)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+tavrin_ustring GetShortPath(const tavrin_ustring& path, int maxLength) {
+  if (maxLength < 1) return {};
+  const std::ptrdiff_t max = maxLength;
+  tavrin_ustring name = GetFileName(path, true);
+  Units prefix;  // GetFileDrive is always empty here
+  Units dir;
+  {
+    const std::size_t keep = WithoutLastComponent(path.data(), path.size());
+    if (keep > 0) {
+      dir.reserve(keep + 1);
+      dir.append(path.data(), keep);
+      dir.push_back(kSlash);  // as GetFileDirectory gives it
+    }
+  }
+  if (dir.size() >= 2 && dir[0] == kSlash && dir[1] == kSlash) {
+    prefix.append(2, kSlash);
+    dir.erase(0, 2);
+  }
+  if (!dir.empty() && dir[0] == kSlash) {
+    prefix.push_back(kSlash);
+    dir.erase(0, 1);
+  } else if (dir.empty()) {
+    prefix.push_back(kSlash);  // a bare file name comes back with a leading "/"
+  }
+  const auto len = [](const auto& s) { return static_cast<std::ptrdiff_t>(s.size()); };
+  std::ptrdiff_t budget = max - (len(name) + len(prefix));
+
+  // Every pass either ends the loop or rewrites dir; the cap is a backstop
+  // so that no input can keep it going.
+  const std::size_t max_passes = dir.size() + 2;
+  for (std::size_t pass = 0; budget < len(dir); ++pass) {
+    if (pass == max_passes) {
+      dir = Ellipsis();
+      break;
+    }
+    RemoveEllipsisDirs(dir);
+    const std::size_t first = dir.find(kSlash);
+    if (first == Units::npos) {
+      dir = Ellipsis();
+      break;
+    }
+    std::size_t second = dir.find(kSlash, first + 1);
+    if (second == Units::npos) {
+      if (StartsWithEllipsis(dir)) {
+        // A single directory whose own name starts with "...": nothing is
+        // left to replace.
+        dir = Ellipsis();
+        continue;
+      }
+      // Only one directory: it becomes "...".
+      second = first;
+      Units replaced = Ellipsis();
+      replaced.append(dir, first, Units::npos);
+      dir = std::move(replaced);
+    }
+    if (first != second) {
+      // The second directory becomes "...".
+      Units replaced;
+      replaced.reserve(first + 1 + 3 + (dir.size() - second));
+      replaced.append(dir, 0, first + 1);
+      replaced.append(Ellipsis());
+      replaced.append(dir, second, Units::npos);
+      dir = std::move(replaced);
+    } else {
+      // "..." and the last (size - first + 1) units of the rewritten dir,
+      // with `first` measured before the rewrite: a first directory of five
+      // or more units leaves "..." alone.
+      const std::ptrdiff_t count = len(dir) - static_cast<std::ptrdiff_t>(first) + 1;
+      Units replaced = Ellipsis();
+      if (count > 0) {
+        const std::size_t take = std::min(static_cast<std::size_t>(count), dir.size());
+        replaced.append(dir, dir.size() - take, take);
+      }
+      dir = std::move(replaced);
+    }
+  }
+
+  if (budget < len(dir)) {
+    // Not even "..." fits beside the name: cut the name.
+    const std::ptrdiff_t room = max - (len(prefix) + len(dir));
+    if (room < 3) {
+      name = tavrin_ustring();
+    } else {
+      Units cut(name.data(), std::min(name.size(), static_cast<std::size_t>(room - 3)));
+      cut.append(Ellipsis());
+      name = FromUnits(std::move(cut));
+    }
+    budget = max - (len(prefix) + len(name));
+  }
+  if (budget < len(dir)) {
+    dir.clear();
+    if (budget < 0) {
+      prefix.resize(std::min(prefix.size(), static_cast<std::size_t>(max)));
+      return FromUnits(std::move(prefix));
+    }
+  }
+  const tavrin_ustring tail = AppendToPath(FromUnits(std::move(dir)), name);
+  prefix.append(tail.data(), tail.size());
+  return FromUnits(std::move(prefix));
+}
+
+}  // namespace tavrin::utils

@@ -6,7 +6,10 @@
 #pragma once
 
 #include "common/utils/allocator.h"
+#include "common/utils/auto_release_pool.h"
 #include "common/utils/convertutf.h"
 #include "common/utils/export.h"
+#include "common/utils/history.h"
+#include "common/utils/mutex.h"
 #include "common/utils/unichar.h"
 #include "common/utils/ustring.h"

@@ -211,9 +211,9 @@ TAVRIN_EXPORT tavrin_ustring MakeAbsolutePathFromPathRelativeToCWD(const tavrin_
 //
 // CalculateRelativePath from the working directory to `path`; a path that
 // starts with "." is taken as relative already and returned unchanged.
-// Returns "" for an empty path, when the working directory cannot be read,
-// and in the cases where CalculateRelativePath gives "" (the path is the
-// working directory itself, for instance).
+// The working directory is the directory of the base: the path of the
+// directory itself gives ".". Returns "" for an empty path, when the working
+// directory cannot be read, and where CalculateRelativePath gives "".
 TAVRIN_EXPORT tavrin_ustring MakeRelativePathFromCWD(const tavrin_ustring& path);
 
 // PathIsChildOfDirectory()
@@ -233,11 +233,15 @@ TAVRIN_EXPORT bool PathIsChildOfDirectory(const tavrin_ustring& first,
 // name is cut to its start followed by "...". "/Users/me/Documents/x.txt"
 // shrinks through "/Users/.../Documents/x.txt" and "/Users/.../x.txt" to
 // "/.../x.txt"; a first directory of five or more units goes straight to
-// "...". A path that fits comes back whole, with a "/" added in front of a
-// bare file name ("x.txt" gives "/x.txt") and normalised by AppendToPath.
-// Bounds: the result never exceeds `maxLength`, except by exactly one unit
-// when the directories have collapsed to "..." and a name follows (the "/"
-// between them is not counted). Returns "" when `maxLength` is below 1, and
+// "...". A path that fits comes back whole in the form root + directories +
+// name, normalised by AppendToPath; the root takes a "/" more where the
+// directory part is empty, so a bare file name gains one ("x.txt" gives
+// "/x.txt") and a file right below the root, whose directory is "//" (see
+// GetFileLocation), comes back as "///x.txt": kept as is.
+// Bounds: the result never exceeds `maxLength + 1`; it is one over when the
+// directories were shortened to a form without a final "/" (such as "...")
+// and a name follows, because the "/" between them is not counted: kept as
+// is. Returns "" when `maxLength` is below 1, and
 // the start of the root alone when even that does not fit.
 TAVRIN_EXPORT tavrin_ustring GetShortPath(const tavrin_ustring& path, int maxLength);
 

@@ -7,6 +7,7 @@
 // string they return.
 #include <algorithm>
 #include <cstddef>
+#include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
@@ -25,7 +26,9 @@ constexpr Unit kBackslash = u'\\';
 constexpr Unit kDot = u'.';
 constexpr Unit kColon = u':';
 
-inline bool IsSeparator(Unit c) { return c == kSlash || c == kBackslash; }
+inline bool IsSeparator(Unit c) {
+  return c == kSlash || c == kBackslash;
+}
 
 // Characters that cannot appear in a file name on one of the desktop
 // platforms; FixPathString turns them into "_" outside the protected prefix.
@@ -34,11 +37,17 @@ inline bool IsIllegalInName(Unit c) {
          c == u'*';
 }
 
-inline tavrin_ustring Slice(const Unit* s, std::size_t n) { return tavrin_ustring(s, n); }
+inline tavrin_ustring Slice(const Unit* s, std::size_t n) {
+  return tavrin_ustring(s, n);
+}
 
-inline tavrin_ustring FromUnits(Units&& units) { return tavrin_ustring(std::move(units)); }
+inline tavrin_ustring FromUnits(Units&& units) {
+  return tavrin_ustring(std::move(units));
+}
 
-inline tavrin_ustring Literal(const char16_t* s) { return tavrin_ustring(s); }
+inline tavrin_ustring Literal(const char16_t* s) {
+  return tavrin_ustring(s);
+}
 
 // Whether s[0..n) starts with the ASCII text `lit`, reading "\" as "/".
 bool StartsWithSlashed(const Unit* s, std::size_t n, const char* lit) {
@@ -128,7 +137,7 @@ std::size_t WithoutLastComponent(const Unit* s, std::size_t n) {
   if (end == 0) return n == 0 ? 0 : 1;
   std::size_t k = end;
   while (k > 0 && s[k - 1] != kSlash) --k;
-  if (k == 0) return 0;  // a bare name
+  if (k == 0) return 0;   // a bare name
   std::size_t j = k - 1;  // the "/" before the component
   while (j > 0 && s[j - 1] == kSlash) --j;
   return j == 0 ? 1 : j;
@@ -175,14 +184,8 @@ bool SameUnits(const Unit* a, std::size_t an, const Unit* b, std::size_t bn) {
   return an == bn && std::equal(a, a + an, b);
 }
 
-bool IsDriveComponent(const tavrin_ustring& c) { return c.size() == 2 && c[1] == kColon; }
-
-bool IsText(const tavrin_ustring& s, const char* ascii) {
-  std::size_t i = 0;
-  for (; ascii[i] != '\0'; ++i) {
-    if (i >= s.size() || s[i] != static_cast<Unit>(ascii[i])) return false;
-  }
-  return i == s.size();
+bool IsDriveComponent(const tavrin_ustring& c) {
+  return c.size() == 2 && c[1] == kColon;
 }
 
 // The first element, then AppendToPath for each later one.
@@ -274,7 +277,9 @@ int ComparePath(const tavrin_ustring& a, const tavrin_ustring& b, bool caseSensi
   return r < 0 ? -1 : (r > 0 ? 1 : 0);
 }
 
-int ComparePath(const tavrin_ustring& a, const tavrin_ustring& b) { return ComparePath(a, b, false); }
+int ComparePath(const tavrin_ustring& a, const tavrin_ustring& b) {
+  return ComparePath(a, b, false);
+}
 
 tavrin_ustring GetFileExtension(const tavrin_ustring& path) {
   Units fixed;
@@ -331,11 +336,15 @@ tavrin_ustring RemoveExtension(const tavrin_ustring& path) {
   const std::size_t n = path.size();
   if (n == 0 || IsSeparator(path[n - 1])) return path;
   const tavrin_ustring name = GetFileName(path, true);
-  const std::size_t dot = path.rfind(static_cast<Unit>(kDot));
-  const std::size_t at = path.rfind(name);
-  if (dot != tavrin_ustring::npos && at != tavrin_ustring::npos && dot > at) {
-    return Slice(path.data(), dot);
-  }
+  const Unit* s = path.data();
+  const Unit* dot = std::find(std::make_reverse_iterator(s + n), std::make_reverse_iterator(s),
+                              kDot)
+                        .base();  // one past the last dot, or s
+  // The last occurrence of the name; not found (s + n) for an empty name
+  // or one that normalisation changed.
+  const Unit* at = std::find_end(s, s + n, name.begin(), name.end());
+  if (dot != s && at != s + n && dot - 1 > at)
+    return Slice(s, static_cast<std::size_t>(dot - 1 - s));
   return path;
 }
 
@@ -363,7 +372,9 @@ std::vector<tavrin_ustring> SplitPath(const tavrin_ustring& path) {
   return {std::make_move_iterator(reversed.rbegin()), std::make_move_iterator(reversed.rend())};
 }
 
-tavrin_ustring JoinPath(const std::vector<tavrin_ustring>& components) { return Fold(components); }
+tavrin_ustring JoinPath(const std::vector<tavrin_ustring>& components) {
+  return Fold(components);
+}
 
 tavrin_ustring GetFileName(const tavrin_ustring& path, bool withExtension) {
   Units fixed;
@@ -391,7 +402,9 @@ tavrin_ustring GetFileExt(const tavrin_ustring& path) {
   return Slice(path.data() + dot + 1, end - dot - 1);
 }
 
-tavrin_ustring GetFileDrive(const tavrin_ustring&) { return {}; }
+tavrin_ustring GetFileDrive(const tavrin_ustring&) {
+  return {};
+}
 
 tavrin_ustring GetFileLocation(const tavrin_ustring& path) {
   const std::size_t keep = WithoutLastComponent(path.data(), path.size());
@@ -403,7 +416,9 @@ tavrin_ustring GetFileLocation(const tavrin_ustring& path) {
   return FromUnits(std::move(out));
 }
 
-tavrin_ustring GetFileDirectory(const tavrin_ustring& path) { return GetFileLocation(path); }
+tavrin_ustring GetFileDirectory(const tavrin_ustring& path) {
+  return GetFileLocation(path);
+}
 
 // ---------------------------------------------------------------------------
 // Relative and short paths.
@@ -420,8 +435,8 @@ tavrin_ustring CalculateRelativePath(const tavrin_ustring& base, const tavrin_us
   while (common < shorter && b[common] == t[common]) ++common;
   // Levels to climb from the base's directory; the base's own file name is
   // not a level.
-  const std::ptrdiff_t up = static_cast<std::ptrdiff_t>(b.size()) -
-                            static_cast<std::ptrdiff_t>(common) - 1;
+  const std::ptrdiff_t up =
+      static_cast<std::ptrdiff_t>(b.size()) - static_cast<std::ptrdiff_t>(common) - 1;
   if (up < 0) return {};
   std::vector<tavrin_ustring> parts;
   if (up == 0) {

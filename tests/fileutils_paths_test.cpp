@@ -746,19 +746,26 @@ TEST(FileUtilsPathsTest, GetShortPathOnGeneratedPaths) {
   EXPECT_GT(shortened, 1000);
 }
 
-// Arbitrary text as paths: the loop ends and stays within the bound.
+// Arbitrary text as paths (schemes, drives, both separators, illegal
+// characters, dots): the loop ends, stays within the bound and agrees with
+// the step-by-step reference.
 TEST(FileUtilsPathsTest, GetShortPathOnArbitraryText) {
   const std::uint32_t seed = tavrin::test::TestSeed();
   SCOPED_TRACE("seed " + std::to_string(seed));
   std::mt19937 rng(seed ^ 0x5eedu);
-  const std::string alphabet = "./\\.:a?./";
-  for (int iter = 0; iter < 3000; ++iter) {
-    std::string in(rng() % 40, 'a');
-    for (char& c : in) c = alphabet[rng() % alphabet.size()];
-    const int max = static_cast<int>(rng() % 30) + 1;
-    const tavrin_ustring out = tu::GetShortPath(P(in), max);
-    EXPECT_LE(static_cast<long>(out.size()), max + 1) << in << " at " << max;
-    EXPECT_EQ(out.utf16(), ReferenceShort(P(in), max)) << in << " at " << max;
+  const std::vector<std::u16string> pieces = {
+      u"/",      u"\\",          u"//",    u"...",  u".",    u"..",      u":",
+      u"?",      u"a",           u"bcdef", u"x.y",  u"*",    u"http://", u"file://",
+      u"smb://", u"ms-appx:///", u"C:",    u"\x01", u"...x", u"|"};
+  for (int iter = 0; iter < 5000; ++iter) {
+    std::u16string in;
+    const int parts = static_cast<int>(rng() % 14);
+    for (int i = 0; i < parts; ++i) in += pieces[rng() % pieces.size()];
+    const tavrin_ustring path(in.c_str(), in.size());
+    const int max = static_cast<int>(rng() % 34) - 2;
+    const tavrin_ustring out = tu::GetShortPath(path, max);
+    ASSERT_EQ(out.utf16(), ReferenceShort(path, max)) << S(path) << " at " << max;
+    EXPECT_LE(static_cast<long>(out.size()), std::max(max + 1, 0)) << S(path) << " at " << max;
   }
 }
 

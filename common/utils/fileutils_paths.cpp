@@ -6,6 +6,7 @@
 // (FixPathString, GetShortPath) make a single pass and one allocation per
 // string they return.
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <iterator>
 #include <string>
@@ -63,53 +64,74 @@ bool StartsWithSlashed(const Unit* s, std::size_t n, const char* lit) {
 // Length of the part FixPathString never rewrites; never more than n
 // (n >= 1).
 std::size_t ProtectedPrefixLength(const Unit* s, std::size_t n) {
-  if (StartsWithSlashed(s, n, "http://") || StartsWithSlashed(s, n, "file://")) return 7;
-  if (StartsWithSlashed(s, n, "smb://")) return 6;
+  const Unit c0 = s[0];
+  if (c0 == u'h' && StartsWithSlashed(s, n, "http://")) return 7;
+  if (c0 == u'f' && StartsWithSlashed(s, n, "file://")) return 7;
+  if (c0 == u's' && StartsWithSlashed(s, n, "smb://")) return 6;
   // The first ":/" at index 1: a drive with its root. s[1] is ":", so no
   // earlier ":/" can exist.
   if (n >= 3 && s[1] == kColon && IsSeparator(s[2])) return 3;
   // The first ":" at index 1: a bare drive.
   if (n >= 2 && s[1] == kColon && s[0] != kColon) return 2;
-  if (StartsWithSlashed(s, n, "ms-appx:///")) return 11;
+  if (c0 == u'm' && StartsWithSlashed(s, n, "ms-appx:///")) return 11;
   return 1;
 }
 
-// FixPathString into `out` (replaced). One pass: separators are unified and
-// doubled ones reduced while illegal characters are replaced.
-void FixInto(const Unit* in, std::size_t n, Units& out) {
-  out.clear();
+// How FixPathString treats an ASCII unit: kept, a separator, or replaced by
+// "_" outside the protected prefix. Units from 128 up are always kept.
+constexpr unsigned char kKeep = 0, kSep = 1, kIllegal = 2;
+constexpr auto kAsciiClass = [] {
+  std::array<unsigned char, 128> t{};
+  for (int c = 0; c < 32; ++c) t[c] = kIllegal;
+  for (char c : {'|', '?', '<', '>', ':', '"', '*'}) t[static_cast<unsigned char>(c)] = kIllegal;
+  t['/'] = kSep;
+  t['\\'] = kSep;
+  return t;
+}();
+
+// Appends FixPathString of in[0..n) to `out`. One pass: separators are
+// unified and doubled ones reduced while illegal characters are replaced.
+void FixAppend(const Unit* in, std::size_t n, Units& out) {
   if (n == 0) return;
-  out.resize(n);
-  Unit* o = out.data();
+  const std::size_t start = out.size();
+  out.resize(start + n);
+  Unit* o = out.data() + start;
   const std::size_t prefix = ProtectedPrefixLength(in, n);
   std::size_t w = 0;
-  // The last two units written, as they were before illegal characters were
-  // replaced: the final "/" is kept after a ":" even when that ":" itself
-  // becomes "_".
-  Unit last = 0, before_last = 0;
-  for (std::size_t i = 0; i < prefix; ++i) {
-    const Unit c = in[i] == kBackslash ? kSlash : in[i];
-    o[w++] = c;
-    before_last = last;
-    last = c;
+  // Input position of the separator behind the last "/" written: the final
+  // "/" is kept when the raw unit before it is ":", even though that ":"
+  // itself becomes "_".
+  std::size_t last_slash_at = 0;
+  for (; w < prefix; ++w) {
+    const Unit c = in[w];
+    o[w] = c == kBackslash ? kSlash : c;
+    if (IsSeparator(c)) last_slash_at = w;
   }
   std::size_t i = prefix;
   while (i < n) {
     const Unit c = in[i];
-    before_last = last;
-    if (IsSeparator(c)) {
+    const unsigned char kind = c < 128 ? kAsciiClass[c] : kKeep;
+    if (kind == kKeep) {
+      o[w++] = c;
+      ++i;
+    } else if (kind == kSep) {
       // "//" becomes "/", pairs taken left to right without overlap.
+      last_slash_at = i;
       i += (i + 1 < n && IsSeparator(in[i + 1])) ? 2 : 1;
       o[w++] = kSlash;
-      last = kSlash;
     } else {
-      o[w++] = IsIllegalInName(c) ? u'_' : c;
-      last = c;
+      o[w++] = u'_';
       ++i;
     }
   }
-  if (last == kSlash && (w == 1 || before_last != kColon)) --w;
-  out.resize(w);
+  if (o[w - 1] == kSlash && (w == 1 || in[last_slash_at - 1] != kColon)) --w;
+  out.resize(start + w);
+}
+
+// FixPathString of in[0..n) into `out` (replaced).
+void FixInto(const Unit* in, std::size_t n, Units& out) {
+  out.clear();
+  FixAppend(in, n, out);
 }
 
 // --- The platform string class's last-component rules, "/" only. ---------
@@ -208,9 +230,13 @@ bool WorkingDirectoryBase(tavrin_ustring& out) {
 
 // --- GetShortPath helpers. ------------------------------------------------
 
+// The directory part while GetShortPath shortens it. A plain vector keeps
+// the edits in place and inline (no zero-unit scans of the string traits).
+using DirBuffer = std::vector<Unit>;
+
 // Removes every ".../" in one left-to-right pass over non-overlapping
 // occurrences (the text left behind is not searched again).
-void RemoveEllipsisDirs(Units& dir) {
+void RemoveEllipsisDirs(DirBuffer& dir) {
   const std::size_t n = dir.size();
   Unit* d = dir.data();
   std::size_t w = 0, i = 0;
@@ -224,13 +250,24 @@ void RemoveEllipsisDirs(Units& dir) {
   dir.resize(w);
 }
 
-bool StartsWithEllipsis(const Units& s) {
+bool StartsWithEllipsis(const DirBuffer& s) {
   return s.size() >= 3 && s[0] == kDot && s[1] == kDot && s[2] == kDot;
 }
 
-const Units& Ellipsis() {
-  static const Units kEllipsis(3, kDot);
-  return kEllipsis;
+// Replaces dir[pos, pos + count) by "...".
+void PutEllipsis(DirBuffer& dir, std::size_t pos, std::size_t count) {
+  const auto at = dir.begin() + static_cast<std::ptrdiff_t>(pos);
+  if (count >= 3) {
+    dir.erase(at + 3, at + static_cast<std::ptrdiff_t>(count));
+  } else {
+    dir.insert(at, 3 - count, kDot);
+  }
+  std::fill_n(dir.begin() + static_cast<std::ptrdiff_t>(pos), 3, kDot);
+}
+
+std::size_t FindSlash(const DirBuffer& dir, std::size_t from) {
+  const auto it = std::find(dir.begin() + static_cast<std::ptrdiff_t>(from), dir.end(), kSlash);
+  return it == dir.end() ? Units::npos : static_cast<std::size_t>(it - dir.begin());
 }
 
 }  // namespace
@@ -503,102 +540,125 @@ bool PathIsChildOfDirectory(const tavrin_ustring& first, const tavrin_ustring& s
 tavrin_ustring GetShortPath(const tavrin_ustring& path, int maxLength) {
   if (maxLength < 1) return {};
   const std::ptrdiff_t max = maxLength;
-  tavrin_ustring name = GetFileName(path, true);
-  Units prefix;  // GetFileDrive is always empty here
-  Units dir;
-  {
-    const std::size_t keep = WithoutLastComponent(path.data(), path.size());
-    if (keep > 0) {
-      dir.reserve(keep + 1);
-      dir.append(path.data(), keep);
-      dir.push_back(kSlash);  // as GetFileDirectory gives it
-    }
+  const auto len = [](const auto& s) { return static_cast<std::ptrdiff_t>(s.size()); };
+
+  // The name is GetFileName(path, true), read from the raw path without
+  // normalising all of it: the units after the last separator (either
+  // kind) once trailing separators are dropped, each illegal one outside
+  // the protected prefix read as "_"; a path of two or more separators only
+  // gives the root "/".
+  const Unit* p = path.data();
+  const std::size_t n = path.size();
+  std::size_t name_end = n;
+  while (name_end > 0 && IsSeparator(p[name_end - 1])) --name_end;
+  std::size_t name_begin = name_end;
+  while (name_begin > 0 && !IsSeparator(p[name_begin - 1])) --name_begin;
+  const bool name_is_root = name_end == 0 && n >= 2;
+  const std::size_t fix_prefix = n == 0 ? 0 : ProtectedPrefixLength(p, n);
+  std::ptrdiff_t name_len = name_is_root ? 1 : static_cast<std::ptrdiff_t>(name_end - name_begin);
+  bool name_cut = false;  // the name is its start followed by "..."
+
+  // prefix: GetFileDrive (always empty) and the root; dir: the rest of
+  // GetFileDirectory(path), which ends with "/" when non-empty.
+  Unit prefix[3];
+  std::size_t prefix_len = 0;
+  std::size_t skip = 0;
+  const std::size_t keep = WithoutLastComponent(p, n);
+  if (keep > 0 && p[0] == kSlash && (keep == 1 || p[1] == kSlash)) {
+    prefix[prefix_len++] = kSlash;  // "//": the directory of "/x" is "//"
+    prefix[prefix_len++] = kSlash;
+    skip = 2;
   }
-  if (dir.size() >= 2 && dir[0] == kSlash && dir[1] == kSlash) {
-    prefix.append(2, kSlash);
-    dir.erase(0, 2);
+  DirBuffer dir;
+  if (keep > 0 && keep + 1 > skip) {
+    dir.reserve(keep + 1 - skip + 1 + static_cast<std::size_t>(name_len) + 3);
+    if (keep > skip) dir.assign(p + skip, p + keep);
+    dir.push_back(kSlash);
   }
   if (!dir.empty() && dir[0] == kSlash) {
-    prefix.push_back(kSlash);
-    dir.erase(0, 1);
+    prefix[prefix_len++] = kSlash;
+    dir.erase(dir.begin());
   } else if (dir.empty()) {
-    prefix.push_back(kSlash);  // a bare file name comes back with a leading "/"
+    prefix[prefix_len++] = kSlash;  // a bare file name comes back with a leading "/"
   }
-  const auto len = [](const auto& s) { return static_cast<std::ptrdiff_t>(s.size()); };
-  std::ptrdiff_t budget = max - (len(name) + len(prefix));
+  const std::ptrdiff_t plen = static_cast<std::ptrdiff_t>(prefix_len);
+  std::ptrdiff_t budget = max - (name_len + plen);
 
   // Every pass either ends the loop or rewrites dir; the cap is a backstop
   // so that no input can keep it going.
   const std::size_t max_passes = dir.size() + 2;
   for (std::size_t pass = 0; budget < len(dir); ++pass) {
     if (pass == max_passes) {
-      dir = Ellipsis();
+      dir.assign(3, kDot);
       break;
     }
     RemoveEllipsisDirs(dir);
-    const std::size_t first = dir.find(kSlash);
+    const std::size_t first = FindSlash(dir, 0);
     if (first == Units::npos) {
-      dir = Ellipsis();
+      dir.assign(3, kDot);
       break;
     }
-    std::size_t second = dir.find(kSlash, first + 1);
-    if (second == Units::npos) {
-      if (StartsWithEllipsis(dir)) {
-        // A single directory whose own name starts with "...": nothing is
-        // left to replace.
-        dir = Ellipsis();
-        continue;
-      }
-      // Only one directory: it becomes "...".
-      second = first;
-      Units replaced = Ellipsis();
-      replaced.append(dir, first, Units::npos);
-      dir = std::move(replaced);
-    }
-    if (first != second) {
+    const std::size_t second = FindSlash(dir, first + 1);
+    if (second != Units::npos) {
       // The second directory becomes "...".
-      Units replaced;
-      replaced.reserve(first + 1 + 3 + (dir.size() - second));
-      replaced.append(dir, 0, first + 1);
-      replaced.append(Ellipsis());
-      replaced.append(dir, second, Units::npos);
-      dir = std::move(replaced);
+      PutEllipsis(dir, first + 1, second - first - 1);
+    } else if (StartsWithEllipsis(dir)) {
+      // A single directory whose own name starts with "...": nothing is
+      // left to replace.
+      dir.assign(3, kDot);
     } else {
-      // "..." and the last (size - first + 1) units of the rewritten dir,
-      // with `first` measured before the rewrite: a first directory of five
-      // or more units leaves "..." alone.
+      // Only one directory: dir becomes "..." + dir[first..), then "..."
+      // and the last (size - first + 1) units of that, with `first`
+      // measured before the rewrite: a first directory of five or more
+      // units leaves "..." alone.
+      PutEllipsis(dir, 0, first);
       const std::ptrdiff_t count = len(dir) - static_cast<std::ptrdiff_t>(first) + 1;
-      Units replaced = Ellipsis();
-      if (count > 0) {
-        const std::size_t take = std::min(static_cast<std::size_t>(count), dir.size());
-        replaced.append(dir, dir.size() - take, take);
-      }
-      dir = std::move(replaced);
+      const std::size_t take =
+          count <= 0 ? 0 : std::min(static_cast<std::size_t>(count), dir.size());
+      PutEllipsis(dir, 0, dir.size() - take);
     }
   }
 
   if (budget < len(dir)) {
     // Not even "..." fits beside the name: cut the name.
-    const std::ptrdiff_t room = max - (len(prefix) + len(dir));
+    const std::ptrdiff_t room = max - (plen + len(dir));
     if (room < 3) {
-      name = tavrin_ustring();
+      name_len = 0;
     } else {
-      Units cut(name.data(), std::min(name.size(), static_cast<std::size_t>(room - 3)));
-      cut.append(Ellipsis());
-      name = FromUnits(std::move(cut));
+      name_len = std::min(name_len, room - 3);
+      name_cut = true;
     }
-    budget = max - (len(prefix) + len(name));
+    budget = max - (plen + name_len + (name_cut ? 3 : 0));
   }
   if (budget < len(dir)) {
     dir.clear();
     if (budget < 0) {
-      prefix.resize(std::min(prefix.size(), static_cast<std::size_t>(max)));
-      return FromUnits(std::move(prefix));
+      return Slice(prefix, std::min(prefix_len, static_cast<std::size_t>(max)));
     }
   }
-  const tavrin_ustring tail = AppendToPath(FromUnits(std::move(dir)), name);
-  prefix.append(tail.data(), tail.size());
-  return FromUnits(std::move(prefix));
+
+  // prefix + AppendToPath(dir, name), assembled in place.
+  const std::size_t name_units = static_cast<std::size_t>(name_len);
+  if (!dir.empty() && !IsSeparator(dir.back())) dir.push_back(kSlash);
+  if (name_is_root) {
+    // The name "/" loses its separator after a directory.
+    if (name_units > 0 && dir.empty()) dir.push_back(kSlash);
+  } else {
+    const std::size_t at = dir.size();
+    dir.resize(at + name_units);
+    for (std::size_t k = 0; k < name_units; ++k) {
+      const std::size_t from = name_begin + k;
+      const Unit c = p[from];
+      dir[at + k] = from >= fix_prefix && IsIllegalInName(c) ? static_cast<Unit>(u'_') : c;
+    }
+  }
+  if (name_cut) dir.insert(dir.end(), 3, kDot);
+  Units out;
+  out.reserve(prefix_len + dir.size());
+  out.resize(prefix_len);
+  std::copy(prefix, prefix + prefix_len, out.begin());
+  FixAppend(dir.data(), dir.size(), out);
+  return FromUnits(std::move(out));
 }
 
 }  // namespace tavrin::utils

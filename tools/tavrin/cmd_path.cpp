@@ -1,6 +1,7 @@
 // cmd_path.cpp - `tavrin path`: the library's path-string functions at the
 // prompt (normalise, name, extension, directory, split, relative paths, short
 // display paths, ancestor test) and the paths part of `tavrin demo`.
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
@@ -134,19 +135,32 @@ void Demo(const DemoContext& ctx) {
       paths.push_back(line);
     }
   }
-  std::fprintf(ctx.out, "%-38s %-30s %s\n", "path", "FixPathString", "GetShortPath(20)");
+  // Columns as wide as their longest entry.
+  std::vector<std::string> fixed, shortened;
+  int w_path = 4, w_fixed = 13;
   for (const std::string& p : paths) {
     const tavrin_ustring u(p);
-    std::fprintf(ctx.out, "%-38s %-30s %s\n", p.c_str(), utils::FixPathString(u).utf8().c_str(),
-                 utils::GetShortPath(u, 20).utf8().c_str());
+    fixed.push_back(utils::FixPathString(u).utf8());
+    shortened.push_back(utils::GetShortPath(u, 20).utf8());
+    w_path = std::max(w_path, static_cast<int>(p.size()));
+    w_fixed = std::max(w_fixed, static_cast<int>(fixed.back().size()));
+  }
+  std::fprintf(ctx.out, "%-*s  %-*s  %s\n", w_path, "path", w_fixed, "FixPathString",
+               "GetShortPath(20)");
+  for (std::size_t i = 0; i < paths.size(); ++i) {
+    std::fprintf(ctx.out, "%-*s  %-*s  %s\n", w_path, paths[i].c_str(), w_fixed, fixed[i].c_str(),
+                 shortened[i].c_str());
   }
   for (const auto& [base, target] : pairs) {
     const tavrin_ustring rel =
         utils::CalculateRelativePath(tavrin_ustring(base), tavrin_ustring(target));
+    if (rel.empty()) {
+      std::fprintf(ctx.out, "relative from %s to %s: none\n", base.c_str(), target.c_str());
+      continue;
+    }
     const tavrin_ustring back = utils::ResolveRelativePath(tavrin_ustring(base), rel);
-    std::fprintf(ctx.out, "from %s to %s: %s (resolves to %s)\n", base.c_str(), target.c_str(),
-                 rel.empty() ? "(none)" : rel.utf8().c_str(),
-                 back.empty() ? "(none)" : back.utf8().c_str());
+    std::fprintf(ctx.out, "relative from %s to %s: %s, resolved back: %s\n", base.c_str(),
+                 target.c_str(), rel.utf8().c_str(), back.utf8().c_str());
   }
 }
 

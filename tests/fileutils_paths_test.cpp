@@ -10,10 +10,12 @@
 #include <climits>
 #include <cstring>
 #include <random>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "common/utils/fileutils.h"
+#include "common/utils/internal/fileutils_paths_internal.h"
 #include "tests/test_support.h"
 
 namespace {
@@ -767,6 +769,45 @@ TEST(FileUtilsPathsTest, GetShortPathOnArbitraryText) {
     ASSERT_EQ(out.utf16(), ReferenceShort(path, max)) << S(path) << " at " << max;
     EXPECT_LE(static_cast<long>(out.size()), std::max(max + 1, 0)) << S(path) << " at " << max;
   }
+}
+
+// ---------------------------------------------------------------------------
+// Unique file names
+// ---------------------------------------------------------------------------
+
+TEST(FileUtilsPathsTest, UniqueFilePathCandidates) {
+  using tu::detail::UniqueFilePathCandidate;
+  EXPECT_EQ(S(UniqueFilePathCandidate(P("/d"), P("report"), P("txt"), 1)), "/d/report.txt");
+  EXPECT_EQ(S(UniqueFilePathCandidate(P("/d/"), P("report"), P(".txt"), 2)), "/d/report(2).txt");
+  EXPECT_EQ(S(UniqueFilePathCandidate(P("/d"), P("report"), P(""), 3)), "/d/report(3)");
+  EXPECT_EQ(S(UniqueFilePathCandidate(P(""), P("report"), P("txt"), 1)), "report.txt");
+  EXPECT_EQ(S(UniqueFilePathCandidate(P("d\\e"), P("a?b"), P("x"), 12)), "d/e/a_b(12).x");
+  EXPECT_EQ(S(UniqueFilePathCandidate(P("/d"), P("r"), P("txt"), 0)), "/d/r.txt");
+}
+
+TEST(FileUtilsPathsTest, FirstFreeFilePathSkipsTakenNames) {
+  std::set<std::string> taken;
+  std::vector<std::string> asked;
+  auto is_taken = [&](const tavrin_ustring& p) {
+    asked.push_back(S(p));
+    return taken.count(S(p)) > 0;
+  };
+  EXPECT_EQ(S(tu::detail::FirstFreeFilePath(P("/d"), P("report"), P("txt"), is_taken)),
+            "/d/report.txt");
+  EXPECT_EQ(asked, (List{"/d/report.txt"}));
+  taken = {"/d/report.txt"};
+  asked.clear();
+  EXPECT_EQ(S(tu::detail::FirstFreeFilePath(P("/d"), P("report"), P("txt"), is_taken)),
+            "/d/report(2).txt");
+  EXPECT_EQ(asked, (List{"/d/report.txt", "/d/report(2).txt"}));
+  // A gap is filled: the first free number wins.
+  taken = {"/d/report.txt", "/d/report(2).txt", "/d/report(4).txt"};
+  EXPECT_EQ(S(tu::detail::FirstFreeFilePath(P("/d"), P("report"), P("txt"), is_taken)),
+            "/d/report(3).txt");
+  taken.clear();
+  taken.insert("/d/n");
+  for (int i = 2; i <= 150; ++i) taken.insert("/d/n(" + std::to_string(i) + ")");
+  EXPECT_EQ(S(tu::detail::FirstFreeFilePath(P("/d"), P("n"), P(""), is_taken)), "/d/n(151)");
 }
 
 // ---------------------------------------------------------------------------

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "common/utils/fileutils.h"
+#include "common/utils/internal/fileutils_paths_internal.h"
 #include "common/utils/platform.h"
 
 namespace tavrin::utils {
@@ -660,5 +661,34 @@ tavrin_ustring GetShortPath(const tavrin_ustring& path, int maxLength) {
   FixAppend(dir.data(), dir.size(), out);
   return FromUnits(std::move(out));
 }
+
+// ---------------------------------------------------------------------------
+// Unique file names.
+// ---------------------------------------------------------------------------
+
+namespace detail {
+
+tavrin_ustring UniqueFilePathCandidate(const tavrin_ustring& directory,
+                                       const tavrin_ustring& baseName,
+                                       const tavrin_ustring& extension, unsigned long n) {
+  if (n < 2) return AppendExtension(AppendToPath(directory, baseName), extension);
+  // The number follows the base name directly: "report(2)".
+  tavrin_ustring numbered = baseName;
+  numbered += Literal(u"(");
+  numbered += tavrin_ustring(std::to_string(n));
+  numbered += Literal(u")");
+  return AppendExtension(AppendToPath(directory, numbered), extension);
+}
+
+tavrin_ustring FirstFreeFilePath(const tavrin_ustring& directory, const tavrin_ustring& baseName,
+                                 const tavrin_ustring& extension,
+                                 const std::function<bool(const tavrin_ustring&)>& taken) {
+  for (unsigned long n = 1;; ++n) {
+    tavrin_ustring candidate = UniqueFilePathCandidate(directory, baseName, extension, n);
+    if (!taken(candidate)) return candidate;
+  }
+}
+
+}  // namespace detail
 
 }  // namespace tavrin::utils

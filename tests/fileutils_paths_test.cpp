@@ -549,6 +549,15 @@ TEST(FileUtilsPathsTest, RemovedWorkingDirectoryGivesEmpty) {
   EXPECT_EQ(S(tu::MakeAbsolutePathFromPathRelativeToCWD(P("/abs"))), "/abs");
 }
 
+TEST(FileUtilsPathsTest, WorkingDirectoryThatIsNotUtf8GivesEmpty) {
+  const std::string dir = tavrin::test::FreshDir("bytes") + "/bad\xff";
+  ASSERT_EQ(::mkdir(dir.c_str(), 0700), 0) << std::strerror(errno);
+  ScopedCwd cwd(dir);
+  ASSERT_TRUE(cwd.ok());
+  EXPECT_EQ(S(tu::MakeAbsolutePathFromPathRelativeToCWD(P("./x"))), "");
+  EXPECT_EQ(S(tu::MakeRelativePathFromCWD(P("/abs/x"))), "");
+}
+
 // ---------------------------------------------------------------------------
 // GetShortPath
 // ---------------------------------------------------------------------------

@@ -220,11 +220,13 @@ tavrin_ustring Fold(const std::vector<tavrin_ustring>& parts) {
 }
 
 // The working directory followed by the file name "\dummy", so that the
-// directory itself is the base's directory; false when it cannot be read.
+// directory itself is the base's directory; false when it cannot be read or
+// its bytes are not UTF-8 (resolving against "" would give a wrong answer).
 bool WorkingDirectoryBase(tavrin_ustring& out) {
   std::string cwd;
-  if (!platform::GetWorkingDirectory(cwd)) return false;
+  if (!platform::GetWorkingDirectory(cwd) || cwd.empty()) return false;
   out = tavrin_ustring(cwd);
+  if (out.empty()) return false;
   out += Literal(u"\\dummy");
   return true;
 }

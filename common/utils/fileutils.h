@@ -39,57 +39,59 @@ namespace tavrin::utils {
 // final "/" is dropped unless it follows ":" (so "C:/" keeps it and a lone "/"
 // becomes ""); and after the prefix each of | ? < > : " * and every unit
 // below 32 becomes "_". Returns "" for an empty path.
-TAVRIN_EXPORT tavrin_ustring FixPathString(const tavrin_ustring& path);
+[[nodiscard]] TAVRIN_EXPORT tavrin_ustring FixPathString(const tavrin_ustring& path);
 
 // SanitizeFileName()
 //
 // FixPathString(name) with every "/" replaced by "_": usable as one file
 // name. Returns "" for an empty name.
-TAVRIN_EXPORT tavrin_ustring SanitizeFileName(const tavrin_ustring& name);
+[[nodiscard]] TAVRIN_EXPORT tavrin_ustring SanitizeFileName(const tavrin_ustring& name);
 
 // RemoveTrailingSlash()
 //
 // The path without one final "/" or "\\" (only one is removed); otherwise the
 // path unchanged. No normalisation.
-TAVRIN_EXPORT tavrin_ustring RemoveTrailingSlash(const tavrin_ustring& path);
+[[nodiscard]] TAVRIN_EXPORT tavrin_ustring RemoveTrailingSlash(const tavrin_ustring& path);
 
 // MakeWindowsPath()
 //
 // Every "/" replaced by "\\"; nothing else changes.
-TAVRIN_EXPORT tavrin_ustring MakeWindowsPath(const tavrin_ustring& path);
+[[nodiscard]] TAVRIN_EXPORT tavrin_ustring MakeWindowsPath(const tavrin_ustring& path);
 
 // MakeOSCompatiblePath()
 //
 // Every "\\" replaced by "/"; nothing else changes.
-TAVRIN_EXPORT tavrin_ustring MakeOSCompatiblePath(const tavrin_ustring& path);
+[[nodiscard]] TAVRIN_EXPORT tavrin_ustring MakeOSCompatiblePath(const tavrin_ustring& path);
 
 // ComparePath()
 //
 // Compares FixPathString(a) with FixPathString(b) by code unit, ignoring case
 // when `caseSensitive` is false. Returns -1, 0 or +1; 0 when equal. The
 // two-argument form ignores case.
-TAVRIN_EXPORT int ComparePath(const tavrin_ustring& a, const tavrin_ustring& b, bool caseSensitive);
-TAVRIN_EXPORT int ComparePath(const tavrin_ustring& a, const tavrin_ustring& b);
+[[nodiscard]] TAVRIN_EXPORT int ComparePath(const tavrin_ustring& a, const tavrin_ustring& b,
+                                            bool caseSensitive);
+[[nodiscard]] TAVRIN_EXPORT int ComparePath(const tavrin_ustring& a, const tavrin_ustring& b);
 
 // GetFileExtension()
 //
 // The text after the last "." of FixPathString(path) when no "/" follows that
 // dot; "" when there is no such dot. A leading dot counts: ".profile" has the
 // extension "profile" (unlike GetFileExt), and "a.b/c" has none.
-TAVRIN_EXPORT tavrin_ustring GetFileExtension(const tavrin_ustring& path);
+[[nodiscard]] TAVRIN_EXPORT tavrin_ustring GetFileExtension(const tavrin_ustring& path);
 
 // HasExtension()
 //
 // True when GetFileExtension(path) equals `extension` (given without its
 // dot) ignoring case; false otherwise.
-TAVRIN_EXPORT bool HasExtension(const tavrin_ustring& path, const tavrin_ustring& extension);
+[[nodiscard]] TAVRIN_EXPORT bool HasExtension(const tavrin_ustring& path,
+                                              const tavrin_ustring& extension);
 
 // IsRelativePath()
 //
 // True for a path without any "/" (a bare name), and for one that starts with
 // "./" or "../"; false otherwise, so "a/b" and "/a" are not relative.
 // Backslashes are not looked at.
-TAVRIN_EXPORT bool IsRelativePath(const tavrin_ustring& path);
+[[nodiscard]] TAVRIN_EXPORT bool IsRelativePath(const tavrin_ustring& path);
 
 // AppendToPath()
 //
@@ -97,14 +99,15 @@ TAVRIN_EXPORT bool IsRelativePath(const tavrin_ustring& path);
 // leading separator of `tail` is dropped, none is added after a trailing
 // one) and returns FixPathString of the result. An empty `path` gives
 // FixPathString(tail).
-TAVRIN_EXPORT tavrin_ustring AppendToPath(const tavrin_ustring& path, const tavrin_ustring& tail);
+[[nodiscard]] TAVRIN_EXPORT tavrin_ustring AppendToPath(const tavrin_ustring& path,
+                                                        const tavrin_ustring& tail);
 
 // AppendExtension()
 //
 // `path` followed by "." (unless `extension` starts with one) and
 // `extension`; `path` unchanged for an empty extension. No normalisation.
-TAVRIN_EXPORT tavrin_ustring AppendExtension(const tavrin_ustring& path,
-                                             const tavrin_ustring& extension);
+[[nodiscard]] TAVRIN_EXPORT tavrin_ustring AppendExtension(const tavrin_ustring& path,
+                                                           const tavrin_ustring& extension);
 
 // RemoveExtension()
 //
@@ -113,7 +116,7 @@ TAVRIN_EXPORT tavrin_ustring AppendExtension(const tavrin_ustring& path,
 // unchanged: an empty path, one ending in a separator, a dot file such as
 // "/a/.profile", a dot in a directory ("/a.b/c"), and a name that
 // normalisation changed so that it no longer occurs in the raw path.
-TAVRIN_EXPORT tavrin_ustring RemoveExtension(const tavrin_ustring& path);
+[[nodiscard]] TAVRIN_EXPORT tavrin_ustring RemoveExtension(const tavrin_ustring& path);
 
 // SplitPath()
 //
@@ -121,14 +124,14 @@ TAVRIN_EXPORT tavrin_ustring RemoveExtension(const tavrin_ustring& path);
 // "/", "a", "b"; "a/b" gives "a", "b"; "/" gives "/"; "" gives one empty
 // component. Directories are split at "/" only; each name after the first
 // component is taken as GetFileName gives it (normalised).
-TAVRIN_EXPORT std::vector<tavrin_ustring> SplitPath(const tavrin_ustring& path);
+[[nodiscard]] TAVRIN_EXPORT std::vector<tavrin_ustring> SplitPath(const tavrin_ustring& path);
 
 // JoinPath()
 //
 // The first component, then each later one joined with AppendToPath (so
 // "/" and "a" give "/a"). Returns "" for an empty list; a one-element list
 // comes back unchanged.
-TAVRIN_EXPORT tavrin_ustring JoinPath(const std::vector<tavrin_ustring>& components);
+[[nodiscard]] TAVRIN_EXPORT tavrin_ustring JoinPath(const std::vector<tavrin_ustring>& components);
 
 // GetFileName()
 //
@@ -136,19 +139,20 @@ TAVRIN_EXPORT tavrin_ustring JoinPath(const std::vector<tavrin_ustring>& compone
 // empty path). With `withExtension` false the extension is removed from the
 // last "." on, unless that dot is the first character; a dot file such as
 // ".profile" then gives "", being all extension and no name.
-TAVRIN_EXPORT tavrin_ustring GetFileName(const tavrin_ustring& path, bool withExtension);
+[[nodiscard]] TAVRIN_EXPORT tavrin_ustring GetFileName(const tavrin_ustring& path,
+                                                       bool withExtension);
 
 // GetFileExt()
 //
 // The text after the last "." of the raw path's last component ("/" is the
 // only separator, trailing "/" ignored); "" when there is no dot or the only
 // dot starts the component, so ".profile" has none (unlike GetFileExtension).
-TAVRIN_EXPORT tavrin_ustring GetFileExt(const tavrin_ustring& path);
+[[nodiscard]] TAVRIN_EXPORT tavrin_ustring GetFileExt(const tavrin_ustring& path);
 
 // GetFileDrive()
 //
 // Always "": paths on this platform have no drive.
-TAVRIN_EXPORT tavrin_ustring GetFileDrive(const tavrin_ustring& path);
+[[nodiscard]] TAVRIN_EXPORT tavrin_ustring GetFileDrive(const tavrin_ustring& path);
 
 // GetFileLocation()
 //
@@ -156,12 +160,12 @@ TAVRIN_EXPORT tavrin_ustring GetFileDrive(const tavrin_ustring& path);
 // trailing "/" and the "/" before the component go too), with "/" appended
 // when anything is left: "/x/y/file.txt" gives "/x/y/", "file.txt" and "a//"
 // give "", and "/a" and "/" give "//" (the root plus the appended "/").
-TAVRIN_EXPORT tavrin_ustring GetFileLocation(const tavrin_ustring& path);
+[[nodiscard]] TAVRIN_EXPORT tavrin_ustring GetFileLocation(const tavrin_ustring& path);
 
 // GetFileDirectory()
 //
 // Exactly GetFileLocation(path).
-TAVRIN_EXPORT tavrin_ustring GetFileDirectory(const tavrin_ustring& path);
+[[nodiscard]] TAVRIN_EXPORT tavrin_ustring GetFileDirectory(const tavrin_ustring& path);
 
 // ---------------------------------------------------------------------------
 // Relative, short, unique and temporary paths.
@@ -185,8 +189,8 @@ TAVRIN_EXPORT tavrin_ustring GetFileDirectory(const tavrin_ustring& path);
 // drives of different letters, and when the base's file name is itself one of
 // the common components (equal paths, or a target inside a directory named
 // like the base file).
-TAVRIN_EXPORT tavrin_ustring CalculateRelativePath(const tavrin_ustring& base,
-                                                   const tavrin_ustring& target);
+[[nodiscard]] TAVRIN_EXPORT tavrin_ustring CalculateRelativePath(const tavrin_ustring& base,
+                                                                 const tavrin_ustring& target);
 
 // ResolveRelativePath()
 //
@@ -196,8 +200,8 @@ TAVRIN_EXPORT tavrin_ustring CalculateRelativePath(const tavrin_ustring& base,
 // A leading separator of `relative` is ignored. Returns "" when either is
 // empty, when ".." would climb above the root or above the drive, and when
 // nothing is left.
-TAVRIN_EXPORT tavrin_ustring ResolveRelativePath(const tavrin_ustring& base,
-                                                 const tavrin_ustring& relative);
+[[nodiscard]] TAVRIN_EXPORT tavrin_ustring ResolveRelativePath(const tavrin_ustring& base,
+                                                               const tavrin_ustring& relative);
 
 // MakeAbsolutePathFromPathRelativeToCWD()
 //
@@ -205,7 +209,8 @@ TAVRIN_EXPORT tavrin_ustring ResolveRelativePath(const tavrin_ustring& base,
 // process's working directory; any other path is returned unchanged. Returns
 // "" for an empty path, when the working directory cannot be read (removed,
 // no permission) and when the path climbs above the root.
-TAVRIN_EXPORT tavrin_ustring MakeAbsolutePathFromPathRelativeToCWD(const tavrin_ustring& path);
+[[nodiscard]] TAVRIN_EXPORT tavrin_ustring
+MakeAbsolutePathFromPathRelativeToCWD(const tavrin_ustring& path);
 
 // MakeRelativePathFromCWD()
 //
@@ -214,7 +219,7 @@ TAVRIN_EXPORT tavrin_ustring MakeAbsolutePathFromPathRelativeToCWD(const tavrin_
 // The working directory is the directory of the base: the path of the
 // directory itself gives ".". Returns "" for an empty path, when the working
 // directory cannot be read, and where CalculateRelativePath gives "".
-TAVRIN_EXPORT tavrin_ustring MakeRelativePathFromCWD(const tavrin_ustring& path);
+[[nodiscard]] TAVRIN_EXPORT tavrin_ustring MakeRelativePathFromCWD(const tavrin_ustring& path);
 
 // PathIsChildOfDirectory()
 //
@@ -222,28 +227,32 @@ TAVRIN_EXPORT tavrin_ustring MakeRelativePathFromCWD(const tavrin_ustring& path)
 // `first` equals the component at the same place in `second`. The first
 // argument is the would-be ancestor: ("/a", "/a/b") is true, ("/a/b", "/a")
 // false, equal paths true. False when either has no components.
-TAVRIN_EXPORT bool PathIsChildOfDirectory(const tavrin_ustring& first,
-                                          const tavrin_ustring& second);
+[[nodiscard]] TAVRIN_EXPORT bool PathIsChildOfDirectory(const tavrin_ustring& first,
+                                                        const tavrin_ustring& second);
 
 // GetShortPath()
 //
 // A display form of `path` within about `maxLength` units. The root ("/" or
 // "//") is kept; while the directories are too long, the second directory is
 // replaced by "...", then the first, until only "..." is left; then the file
-// name is cut to its start followed by "...". "/Users/me/Documents/x.txt"
-// shrinks through "/Users/.../Documents/x.txt" and "/Users/.../x.txt" to
-// "/.../x.txt"; a first directory of five or more units goes straight to
-// "...". A path that fits comes back whole in the form root + directories +
-// name, normalised by AppendToPath; the root takes a "/" more where the
-// directory part is empty, so a bare file name gains one ("x.txt" gives
-// "/x.txt") and a file right below the root, whose directory is "//" (see
+// name is cut to its start followed by "...". So
+// "/Users/me/Documents/Projects/x.txt" shrinks through
+// "/Users/.../Projects/x.txt" and "/Users/.../x.txt" to "/.../x.txt" and
+// "/.../x...", and a first directory of five or more units goes straight to
+// "...".
+//
+// A path that fits comes back whole in the form root + directories + name,
+// normalised by AppendToPath; the root takes a "/" more where the directory
+// part is empty, so a bare file name gains one ("x.txt" gives "/x.txt") and
+// a file right below the root, whose directory is "//" (see
 // GetFileLocation), comes back as "///x.txt": kept as is.
+//
 // Bounds: the result never exceeds `maxLength + 1`; it is one over when the
 // directories were shortened to a form without a final "/" (such as "...")
 // and a name follows, because the "/" between them is not counted: kept as
-// is. Returns "" when `maxLength` is below 1, and
-// the start of the root alone when even that does not fit.
-TAVRIN_EXPORT tavrin_ustring GetShortPath(const tavrin_ustring& path, int maxLength);
+// is. Returns "" when `maxLength` is below 1, and the first `maxLength` units
+// of the root alone when not even the root and "..." fit.
+[[nodiscard]] TAVRIN_EXPORT tavrin_ustring GetShortPath(const tavrin_ustring& path, int maxLength);
 
 // ---------------------------------------------------------------------------
 // File-system operations: queries, locks, copy, move, delete, listings,

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "common/utils/allocator.h"
+#include "common/utils/analyticsmanager.h"
 #include "common/utils/angleinfo.h"
 #include "common/utils/application.h"
 #include "common/utils/auto_release_pool.h"
@@ -14,6 +15,7 @@
 #include "common/utils/color.h"
 #include "common/utils/colorize.h"
 #include "common/utils/convertutf.h"
+#include "common/utils/dictionary.h"
 #include "common/utils/export.h"
 #include "common/utils/guid.h"
 #include "common/utils/history.h"
@@ -29,3 +31,4 @@
 #include "common/utils/unichar.h"
 #include "common/utils/unitsinfo.h"
 #include "common/utils/ustring.h"
+#include "common/utils/variant.h"

@@ -48,7 +48,7 @@ std::ostream& operator<<(std::ostream& os, const Outcome<Out>& o) {
 }
 
 // Runs a converter over `in` with exactly `room` target units, checking that
-// nothing is written past the target end.
+// nothing is written past the cursor it returns, let alone past the end.
 template <class In, class Out, class Fn>
 Outcome<Out> Run(Fn fn, const std::vector<In>& in, std::size_t room, Out guard) {
   std::vector<Out> buf(room + 4, guard);
@@ -61,6 +61,9 @@ Outcome<Out> Run(Fn fn, const std::vector<In>& in, std::size_t room, Out guard) 
   }
   std::size_t written = static_cast<std::size_t>(dst - buf.data());
   EXPECT_LE(written, room);
+  for (std::size_t i = written; i < room; ++i) {
+    EXPECT_EQ(buf[i], guard) << "written past the target cursor at " << i;
+  }
   buf.resize(written);
   return {r, static_cast<std::size_t>(src - in.data()), buf};
 }
@@ -840,6 +843,179 @@ TEST(ConvertUtfTest, AsciiFastPathUtf16TargetRoom) {
         ASSERT_EQ(static_cast<std::size_t>(dst - out), room);
         ASSERT_EQ(out[room], kGuard8) << "align " << align << " len " << len << " room " << room;
       }
+    }
+  }
+}
+
+TEST(ConvertUtfTest, BlockPathsUtf8EveryPosition) {
+  // The UTF-8 measure checks 16 bytes at a time. Each of these pieces sits at
+  // every offset of a text whose own sequences also cross block boundaries
+  // at every offset.
+  const Bytes kPieces[] = {B({0xE0, 0xA0, 0x80}),
+                           B({0xE0, 0x9F, 0xBF}),
+                           B({0xF0, 0x90, 0x80, 0x80}),
+                           B({0xF0, 0x8F, 0xBF, 0xBF}),
+                           B({0xF3, 0xBF, 0xBF, 0xBF}),
+                           B({0xED, 0x9F, 0xBF}),
+                           B({0xED, 0xA0, 0x80}),
+                           B({0xED, 0xBF, 0xBF}),
+                           B({0xF4, 0x8F, 0xBF, 0xBF}),
+                           B({0xF4, 0x41, 0x80, 0x80}),
+                           B({0xF4, 0x90, 0x80, 0x80}),
+                           B({0xC0, 0x80}),
+                           B({0xC1, 0xBF}),
+                           B({0xC2, 0x80}),
+                           B({0xDF, 0xBF}),
+                           B({0x80}),
+                           B({0xBF}),
+                           B({0xF5, 0x80, 0x80, 0x80}),
+                           B({0xF8, 0x88, 0x80, 0x80, 0x80}),
+                           B({0xE4, 0xB8}),
+                           B({0xF0, 0x9F, 0x98}),
+                           B({0xE4, 0x41, 0x80}),
+                           B({0xC3}),
+                           B({0xFF})};
+  const Bytes kFill[] = {B("a"), B("\xC3\xA9"), B("\xE4\xB8\xAD"), B("\xF0\x9F\x98\x80")};
+  for (std::size_t phase = 0; phase < 4; ++phase) {
+    for (std::size_t total = 16; total <= 52; total += 3) {
+      for (std::size_t at = 0; at <= total; ++at) {
+        for (std::size_t k = 0; k < std::size(kPieces); ++k) {
+          Bytes in;
+          for (std::size_t i = phase; in.size() < at; ++i) {
+            const Bytes& f = kFill[i % 4];
+            in.insert(in.end(), f.begin(), f.end());
+          }
+          in.insert(in.end(), kPieces[k].begin(), kPieces[k].end());
+          for (std::size_t i = phase + 1; in.size() < total + kPieces[k].size(); ++i) {
+            const Bytes& f = kFill[(i * 3) % 4];
+            in.insert(in.end(), f.begin(), f.end());
+          }
+          SCOPED_TRACE(testing::PrintToString(in));
+          for (auto f : kModes) {
+            auto ref = RefFrom8<UTF16>(in, f, in.size(), false);
+            ASSERT_EQ(Size16(in, f), RefMeasure(ref));
+            ASSERT_EQ(To16(in, f, in.size()), ref);
+          }
+        }
+      }
+    }
+  }
+}
+
+TEST(ConvertUtfTest, RunsOfThreeByteSequencesEveryPosition) {
+  // Runs of three-byte sequences are decoded two at a time; a piece that
+  // needs the general step sits at every position of such a run, and the
+  // target room ends at every unit.
+  const Bytes kPieces[] = {B({0xE0, 0xA0, 0x80}),
+                           B({0xE0, 0x9F, 0xBF}),
+                           B({0xED, 0x9F, 0xBF}),
+                           B({0xED, 0xA0, 0x80}),
+                           B({0xEF, 0xBF, 0xBF}),
+                           B({0xE4, 0xB8}),
+                           B({0xE4, 0x41, 0x80}),
+                           B({0xE4, 0xB8, 0xC0}),
+                           B({0xC3, 0xA9}),
+                           B({'x'}),
+                           B({0xF0, 0x9F, 0x98, 0x80}),
+                           B({0x80})};
+  const Bytes kRun[] = {B("\xE4\xB8\xAD"), B("\xE6\x96\x87"), B("\xE3\x82\xA2"), B("\xEA\xB0\x80")};
+  for (std::size_t before = 0; before <= 9; ++before) {
+    for (std::size_t after = 0; after <= 4; ++after) {
+      for (const Bytes& piece : kPieces) {
+        Bytes in;
+        for (std::size_t i = 0; i < before; ++i)
+          in.insert(in.end(), kRun[i % 4].begin(), kRun[i % 4].end());
+        in.insert(in.end(), piece.begin(), piece.end());
+        for (std::size_t i = 0; i < after; ++i)
+          in.insert(in.end(), kRun[(i + 1) % 4].begin(), kRun[(i + 1) % 4].end());
+        SCOPED_TRACE(testing::PrintToString(in));
+        for (auto f : kModes) {
+          for (std::size_t room = 0; room <= in.size(); ++room) {
+            ASSERT_EQ(To16(in, f, room), (RefFrom8<UTF16>(in, f, room, false))) << "room " << room;
+          }
+          ASSERT_EQ(Size16(in, f), RefMeasure(RefFrom8<UTF16>(in, f, in.size(), false)));
+        }
+      }
+    }
+  }
+}
+
+TEST(ConvertUtfTest, BlockPathsUtf16AndUtf32EveryPosition) {
+  // The UTF-16 <-> UTF-32 converters and measures take blocks of units at a
+  // time; a unit that needs the general step sits at every position.
+  const UTF16 kMarks16[] = {0x7F,   0x80,   0x7FF,  0x800,  0xD7FF, 0xD800,
+                            0xDBFF, 0xDC00, 0xDFFF, 0xE000, 0xFFFF};
+  const UTF32 kMarks32[] = {0xD7FF,  0xD800,   0xDFFF,   0xE000,    0xFFFF,
+                            0x10000, 0x10FFFF, 0x110000, 0xFFFFFFFF};
+  for (std::size_t len = 0; len <= 40; ++len) {
+    for (long pos = -1; pos < static_cast<long>(len); ++pos) {
+      for (std::size_t m = 0; m < std::size(kMarks16); ++m) {
+        Units16 in(len);
+        for (std::size_t i = 0; i < len; ++i) in[i] = static_cast<UTF16>(0x20 + i * 97 % 0x7000);
+        if (pos >= 0) in[static_cast<std::size_t>(pos)] = kMarks16[m];
+        SCOPED_TRACE(testing::Message() << "len " << len << " pos " << pos << " mark " << m);
+        for (auto f : kModes) {
+          for (std::size_t room : {len + 1, len / 2, len > 0 ? len - 1 : 0}) {
+            ASSERT_EQ(From16To32(in, f, room), (RefFrom16<UTF32>(in, f, room, true))) << room;
+          }
+          ASSERT_EQ(Size8(in, f), RefMeasure(RefFrom16<UTF8>(in, f, in.size() * 3, false)));
+        }
+      }
+      for (std::size_t m = 0; m < std::size(kMarks32); ++m) {
+        Units32 in(len);
+        for (std::size_t i = 0; i < len; ++i) in[i] = static_cast<UTF32>(0x41 + i * 331 % 0xC000);
+        if (pos >= 0) in[static_cast<std::size_t>(pos)] = kMarks32[m];
+        SCOPED_TRACE(testing::Message() << "len " << len << " pos " << pos << " mark " << m);
+        for (auto f : kModes) {
+          for (std::size_t room : {2 * len + 1, len, len / 2, len > 0 ? len - 1 : 0}) {
+            ASSERT_EQ(From32To16(in, f, room), Ref32To16(in, f, room)) << room;
+          }
+          auto ref = Ref32To16(in, f, 2 * len + 1);
+          ASSERT_EQ(Size32To16(in, f),
+                    ref.result == sourceIllegal ? -3 : static_cast<int>(ref.out.size()));
+        }
+      }
+    }
+  }
+}
+
+TEST(ConvertUtfTest, LongInputsMatchReference) {
+  // Long enough for the block counters of the measuring functions to be
+  // summed several times along the way.
+  std::uint32_t seed = tavrin::test::TestSeed();
+  SCOPED_TRACE(testing::Message() << "seed " << seed);
+  std::mt19937 rng(seed);
+  for (int variant = 0; variant < 4; ++variant) {
+    Units16 u;
+    while (u.size() < 300000) {
+      std::uint32_t r = rng() % 1000;
+      if (variant == 0 || r < 600) {
+        u.push_back(static_cast<UTF16>(0x20 + rng() % 0x5F));
+      } else if (r < 800) {
+        u.push_back(static_cast<UTF16>(0x80 + rng() % 0x780));
+      } else if (r < 990 || variant == 1) {
+        u.push_back(static_cast<UTF16>(0x4E00 + rng() % 0x5000));
+      } else if (variant == 2) {
+        u.push_back(static_cast<UTF16>(0xD800 + rng() % 0x400));
+        u.push_back(static_cast<UTF16>(0xDC00 + rng() % 0x400));
+      } else {
+        u.push_back(static_cast<UTF16>(0xD800 + rng() % 0x800));  // often unpaired
+      }
+    }
+    SCOPED_TRACE(testing::Message() << "variant " << variant);
+    for (auto f : kModes) {
+      auto ref8 = RefFrom16<UTF8>(u, f, u.size() * 3, false);
+      ASSERT_EQ(Size8(u, f), RefMeasure(ref8));
+      ASSERT_EQ(From16To8(u, f, u.size() * 3), ref8);
+      ASSERT_EQ(From16To32(u, f, u.size()), (RefFrom16<UTF32>(u, f, u.size(), true)));
+      if (ref8.result != conversionOK) continue;
+      Bytes b = ref8.out;
+      auto ref16 = RefFrom8<UTF16>(b, f, b.size(), false);
+      ASSERT_EQ(Size16(b, f), RefMeasure(ref16));
+      ASSERT_EQ(To16(b, f, b.size()), ref16);
+      Units32 w = RefFrom16<UTF32>(u, f, u.size(), true).out;
+      ASSERT_EQ(Size32To16(w, f), static_cast<int>(u.size()));
+      ASSERT_EQ(From32To16(w, f, u.size()), Ref32To16(w, f, u.size()));
     }
   }
 }

@@ -718,15 +718,6 @@ TEST(ConvertUtfTest, ZeroBytesAreOrdinary) {
   EXPECT_EQ(Size8({0, 0}, kStrict), 2);
 }
 
-TEST(ConvertUtfTest, AnyNonZeroFlagIsLenient) {
-  auto odd = static_cast<ConversionFlags>(7);
-  EXPECT_EQ(To16(B({0xED, 0xA0, 0x80}), odd).out, Units16{0xD800});
-  EXPECT_EQ(From16To8({0xDC00}, odd).result, conversionOK);
-  EXPECT_EQ(From32To16({0x110000}, odd).out, Units16{0xFFFD});
-  EXPECT_EQ(Size8({0xDC00}, odd), 3);
-  EXPECT_EQ(Size32To16({0xD800}, odd), 1);
-}
-
 // --------------------------------------------------------------------------
 // ASCII fast paths: every alignment, every length up to 64, a non-ASCII byte
 // or unit at every position.

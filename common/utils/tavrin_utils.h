@@ -6,7 +6,16 @@
 #pragma once
 
 #include "common/utils/allocator.h"
+#include "common/utils/angleinfo.h"
+#include "common/utils/application.h"
+#include "common/utils/auto_release_pool.h"
 #include "common/utils/convertutf.h"
 #include "common/utils/export.h"
+#include "common/utils/history.h"
+#include "common/utils/lengthinfo.h"
+#include "common/utils/mutex.h"
+#include "common/utils/notificationcenter.h"
+#include "common/utils/osutils.h"
 #include "common/utils/unichar.h"
+#include "common/utils/unitsinfo.h"
 #include "common/utils/ustring.h"

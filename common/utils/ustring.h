@@ -319,6 +319,9 @@ class TAVRIN_EXPORT tavrin_ustring {
   static tavrin_ustring RemovePositionalFormats(const tavrin_ustring& fmt);
 
  private:
+  // Converts `len` UTF-32 units (lenient) into this string.
+  void AssignUtf32(const wchar_t* s, std::size_t len);
+
   string_type str_;
 };
 

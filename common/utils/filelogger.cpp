@@ -11,7 +11,7 @@
 
 using tavrin::utils::tavrin_ustring;
 
-template class TAVRIN_EXPORT tavrin::utils::Singleton<CFileLogger>;
+template class tavrin::utils::Singleton<CFileLogger>;
 
 namespace {
 

@@ -43,10 +43,6 @@ int OpenRetry(const char* path, int flags, mode_t mode = 0) {
   return RetryOnEintr([&] { return ::open(path, flags | O_CLOEXEC, mode); });
 }
 
-void CloseQuietly(int fd) {
-  if (fd >= 0) ::close(fd);
-}
-
 // Writes all of `length` bytes; false on any error (errno is kept).
 bool WriteAll(int fd, const void* bytes, std::size_t length) {
   const char* p = static_cast<const char*>(bytes);

@@ -23,7 +23,9 @@ using tavrin::test::WriteFile;
 using tavrin::utils::tavrin_ustring;
 namespace tu = tavrin::utils;
 
-tavrin_ustring U(const std::string& s) { return tavrin_ustring(s); }
+tavrin_ustring U(const std::string& s) {
+  return tavrin_ustring(s);
+}
 
 bool Exists(const std::string& path) {
   struct stat st;

@@ -22,7 +22,9 @@ using tavrin::test::WriteFile;
 using tavrin::utils::tavrin_ustring;
 namespace tu = tavrin::utils;
 
-tavrin_ustring U(const std::string& s) { return tavrin_ustring(s); }
+tavrin_ustring U(const std::string& s) {
+  return tavrin_ustring(s);
+}
 
 std::vector<std::string> Utf8(const std::vector<tavrin_ustring>& list) {
   std::vector<std::string> out;
@@ -432,9 +434,8 @@ TEST(FileUtilsTest, RenameFileIfExists) {
   ASSERT_TRUE(WriteFile(dir + "/same", "S"));
   ASSERT_EQ(::link((dir + "/same").c_str(), (dir + "/alias").c_str()), 0);
   EXPECT_FALSE(tu::RenameFileIfExists(U(dir + "/same"), U(dir + "/alias")));
-  EXPECT_FALSE(tu::RenameFileIfExists(U(dir + "/same"), U(dir + "/../" +
-                                                          dir.substr(dir.rfind('/') + 1) +
-                                                          "/same")));
+  EXPECT_FALSE(tu::RenameFileIfExists(U(dir + "/same"),
+                                      U(dir + "/../" + dir.substr(dir.rfind('/') + 1) + "/same")));
   EXPECT_EQ(ReadFile(dir + "/same"), "S");
   EXPECT_EQ(ReadFile(dir + "/alias"), "S");
 }
@@ -495,12 +496,11 @@ TEST(FileUtilsTest, ListingIsDepthFirstInByteOrder) {
   std::vector<tavrin_ustring> out;
   tu::GetDirectoryContents(U(dir), out, true);
   EXPECT_EQ(Utf8(out), (std::vector<std::string>{dir + "/B.txt", dir + "/a/c/d.txt",
-                                                 dir + "/a/z.md", dir + "/b.txt",
-                                                 dir + "/c.TXT"}));
+                                                 dir + "/a/z.md", dir + "/b.txt", dir + "/c.TXT"}));
   out.clear();
   tu::GetDirectoryContents(U(dir), out, false);
-  EXPECT_EQ(Utf8(out), (std::vector<std::string>{dir + "/B.txt", dir + "/a", dir + "/b.txt",
-                                                 dir + "/c.TXT"}));
+  EXPECT_EQ(Utf8(out),
+            (std::vector<std::string>{dir + "/B.txt", dir + "/a", dir + "/b.txt", dir + "/c.TXT"}));
 }
 
 TEST(FileUtilsTest, ListingAppendsAndKeepsDirectoryAsGiven) {

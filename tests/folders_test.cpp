@@ -21,7 +21,9 @@ using tavrin::test::WriteFile;
 using tavrin::utils::tavrin_ustring;
 namespace tu = tavrin::utils;
 
-tavrin_ustring U(const std::string& s) { return tavrin_ustring(s); }
+tavrin_ustring U(const std::string& s) {
+  return tavrin_ustring(s);
+}
 
 bool IsDir(const std::string& path) {
   struct stat st;
@@ -134,8 +136,7 @@ TEST(FoldersTest, UserSupportFolderPerRelease) {
 TEST(FoldersTest, MachineSupportFolder) {
   std::string machine = FreshDir("machine");
   ScopedEnv env("XDG_DATA_DIRS", machine.c_str());
-  EXPECT_EQ(tu::MachineSupportFileDirectory(U("Shared")).utf8(),
-            machine + "/Wirelume 2025/Shared");
+  EXPECT_EQ(tu::MachineSupportFileDirectory(U("Shared")).utf8(), machine + "/Wirelume 2025/Shared");
   EXPECT_TRUE(IsDir(machine + "/Wirelume 2025/Shared"));
 }
 
@@ -184,7 +185,8 @@ TEST(FoldersTest, TempFileNameOnlyNames) {
     std::string prefix = dir + "/report-";
     ASSERT_EQ(path.size(), prefix.size() + 6) << path;
     EXPECT_EQ(path.compare(0, prefix.size(), prefix), 0);
-    for (char c : path.substr(prefix.size())) EXPECT_TRUE(std::isalnum(static_cast<unsigned char>(c)));
+    for (char c : path.substr(prefix.size()))
+      EXPECT_TRUE(std::isalnum(static_cast<unsigned char>(c)));
     EXPECT_FALSE(Exists(path));  // nothing is created
     seen.insert(path);
   }
@@ -235,6 +237,26 @@ TEST(FoldersTest, MakeTempDirReportsThroughAssertHook) {
   tu::SetLoggerHook(nullptr);
   tavrin_ustring quiet = U("q");
   EXPECT_FALSE(tu::MakeTempDir(U(dir + "/file"), quiet));
+}
+
+TEST(FoldersTest, ToolPrintsTheFolders) {
+  std::string tool = tavrin::test::ToolPath();
+  if (tool.empty()) GTEST_SKIP() << "the tavrin tool is not built";
+  std::string home = FreshDir("toolhome");
+  std::string data = FreshDir("tooldata");
+  std::string out;
+  int status = tavrin::test::RunShell("HOME='" + home + "' XDG_DATA_HOME='" + data +
+                                          "' XDG_DATA_DIRS=/opt/a:/opt/b '" + tool + "' folders",
+                                      &out);
+  EXPECT_EQ(status, 0);
+  EXPECT_NE(out.find("home: " + home + "\n"), std::string::npos) << out;
+  EXPECT_NE(out.find("user application data: " + data + "\n"), std::string::npos) << out;
+  EXPECT_NE(out.find("machine application data: /opt/a\n"), std::string::npos) << out;
+  EXPECT_NE(out.find("product folder: " + data + "/Wirelume 2025 (missing)\n"), std::string::npos)
+      << out;
+  EXPECT_FALSE(Exists(data + "/Wirelume 2025"));  // only looked up
+  EXPECT_NE(out.find("temporary: " + TempRoot() + "/tmp/"), std::string::npos) << out;
+  EXPECT_NE(tavrin::test::RunShell("'" + tool + "' folders extra 2>/dev/null"), 0);
 }
 
 }  // namespace

@@ -16,7 +16,9 @@ using tavrin::test::FreshDir;
 using tavrin::test::WriteFile;
 using tavrin::utils::tavrin_ustring;
 
-tavrin_ustring U(const std::string& s) { return tavrin_ustring(s); }
+tavrin_ustring U(const std::string& s) {
+  return tavrin_ustring(s);
+}
 
 // UTF-16 units of `text` as bytes in the chosen order.
 std::string Utf16Bytes(const std::u16string& text, bool big_endian) {
@@ -49,7 +51,9 @@ std::vector<tavrin_ustring> AllLines(CTextFile& file) {
 
 TEST(TextFileTest, Utf8WithMark) {
   CTextFile file;
-  ASSERT_TRUE(file.Open(U(MakeFile("\xEF\xBB\xBF" "caf\xC3\xA9\nline two"))));
+  ASSERT_TRUE(
+      file.Open(U(MakeFile("\xEF\xBB\xBF"
+                           "caf\xC3\xA9\nline two"))));
   EXPECT_EQ(file.GetEncoding(), CTextFile::kEncodingUTF8);
   EXPECT_TRUE(file.HasByteOrderMark());
   EXPECT_EQ(file.GetPosition(), 3);
@@ -108,7 +112,9 @@ TEST(TextFileTest, FilesThatCannotBeOpened) {
   CTextFile file;
   EXPECT_FALSE(file.Open(U(MakeFile(""))));
   EXPECT_FALSE(file.Open(U(MakeFile("a"))));
-  EXPECT_FALSE(file.Open(U(MakeFile("\xFF\xFF" "abc"))));
+  EXPECT_FALSE(
+      file.Open(U(MakeFile("\xFF\xFF"
+                           "abc"))));
   EXPECT_FALSE(file.Open(U(FreshDir("text") + "/missing.txt")));
   EXPECT_FALSE(file.Open(U("")));
   EXPECT_EQ(file.GetPosition(), 0);
@@ -116,7 +122,10 @@ TEST(TextFileTest, FilesThatCannotBeOpened) {
 
 TEST(TextFileTest, TwoMarkBytesWithoutTheThirdAreEightBit) {
   CTextFile file;
-  ASSERT_TRUE(file.Open(U(MakeFile("\xEF\xBB" "A\n" "B\n"))));
+  ASSERT_TRUE(
+      file.Open(U(MakeFile("\xEF\xBB"
+                           "A\n"
+                           "B\n"))));
   EXPECT_EQ(file.GetEncoding(), CTextFile::kEncoding8Bit);
   EXPECT_FALSE(file.HasByteOrderMark());
   EXPECT_EQ(file.GetPosition(), 0);  // read from the first byte
@@ -205,8 +214,8 @@ TEST(TextFileTest, EndOfFileRules) {
 
 TEST(TextFileTest, Utf16OddByteAndUnitFFFF) {
   // "a", U+FFFF, "b", then half a unit.
-  std::string bytes = "\xFF\xFE" + Utf16Bytes(u"a", false) + "\xFF\xFF" +
-                      Utf16Bytes(u"b", false) + "c";
+  std::string bytes =
+      "\xFF\xFE" + Utf16Bytes(u"a", false) + "\xFF\xFF" + Utf16Bytes(u"b", false) + "c";
   CTextFile file;
   ASSERT_TRUE(file.Open(U(MakeFile(bytes))));
   tavrin_ustring line;
@@ -252,7 +261,9 @@ TEST(TextFileTest, ReuseResetsTheEncoding) {
 }
 
 TEST(TextFileTest, PositionsAndTimes) {
-  std::string path = MakeFile("\xEF\xBB\xBF" "abc\ndef\n");
+  std::string path = MakeFile(
+      "\xEF\xBB\xBF"
+      "abc\ndef\n");
   CTextFile file;
   ASSERT_TRUE(file.Open(U(path)));
   EXPECT_TRUE(file.SetPosition(7));
@@ -271,8 +282,9 @@ TEST(TextFileTest, RandomRoundTripThroughEveryEncoding) {
   std::uint32_t seed = tavrin::test::TestSeed();
   SCOPED_TRACE(testing::Message() << "seed " << seed);
   std::mt19937 rng(seed);
-  const std::vector<char32_t> pool = {U'a', U'Z', U' ', U'%', U'\u00e9', U'\u0416', U'\u4e2d',
-                                      U'\uFEFF', U'\U0001F600', U'\U00010348'};
+  const std::vector<char32_t> pool = {U'a',          U'Z',         U' ',      U'%',
+                                      U'\u00e9',     U'\u0416',    U'\u4e2d', U'\uFEFF',
+                                      U'\U0001F600', U'\U00010348'};
   for (int round = 0; round < 50; ++round) {
     std::vector<std::u16string> lines;
     int count = 1 + static_cast<int>(rng() % 6);
@@ -305,6 +317,55 @@ TEST(TextFileTest, RandomRoundTripThroughEveryEncoding) {
         EXPECT_EQ(read[i], tavrin_ustring(lines[i].c_str())) << "round " << round << " line " << i;
     }
   }
+}
+
+// --- The tavrin text command over the bundled samples. ---------------------------------
+
+std::string Tool(const std::string& arguments, int* status) {
+  std::string out;
+  *status = tavrin::test::RunShell("'" + tavrin::test::ToolPath() + "' " + arguments, &out);
+  return out;
+}
+
+TEST(TextFileTest, ToolCatWritesUtf8) {
+  if (tavrin::test::ToolPath().empty()) GTEST_SKIP() << "the tavrin tool is not built";
+  std::string examples = tavrin::test::ExamplesDir();
+  int status = -1;
+  EXPECT_EQ(Tool("text cat '" + examples + "/text-utf16be.txt'", &status),
+            "first line\nsecond line\nthird: \xF0\x9F\x98\x80\n");
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(Tool("text cat '" + examples + "/text-utf16le.txt'", &status),
+            "h\xC3\xA9llo w\xC3\xB6rld\n\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E\n");
+  EXPECT_EQ(Tool("text cat '" + examples + "/text-utf8-bom.txt'", &status),
+            "With a mark: \xC3\x9Cn\xC3\xAF"
+            "c\xC3\xB6"
+            "d\xC3\xA9\nsecond line\n");
+  EXPECT_EQ(Tool("text cat '" + examples + "/text-utf8.txt'", &status),
+            tavrin::test::ReadFile(examples + "/text-utf8.txt"));
+}
+
+TEST(TextFileTest, ToolInfoAndFailures) {
+  if (tavrin::test::ToolPath().empty()) GTEST_SKIP() << "the tavrin tool is not built";
+  std::string examples = tavrin::test::ExamplesDir();
+  int status = -1;
+  EXPECT_EQ(Tool("text info '" + examples + "/text-utf16be.txt'", &status),
+            examples + "/text-utf16be.txt: encoding UTF-16BE, byte-order mark, 3 lines\n");
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(
+      Tool("text info '" + examples + "/text-utf8.txt'", &status),
+      examples + "/text-utf8.txt: encoding 8-bit (read as UTF-8), no byte-order mark, 2 lines\n");
+  std::string latin = MakeFile("caf\xE9\nok");
+  EXPECT_EQ(
+      Tool("text info '" + latin + "'", &status),
+      latin + ": encoding 8-bit (read as UTF-8), no byte-order mark, 2 lines, 1 unreadable\n");
+  Tool("text cat '" + latin + "' 2>/dev/null", &status);
+  EXPECT_EQ(status, 1);
+  Tool("text cat '" + MakeFile("") + "' 2>/dev/null", &status);
+  EXPECT_EQ(status, 1);
+  Tool("text info 2>/dev/null", &status);
+  EXPECT_EQ(status, 2);
+  Tool("text wrap x 2>/dev/null", &status);
+  EXPECT_EQ(status, 2);
 }
 
 }  // namespace

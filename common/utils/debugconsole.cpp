@@ -22,9 +22,13 @@ int TraceOutputV(const char* format, va_list args) {
   return std::vfprintf(stdout, format, args);
 }
 
-int DebugOutput(const char* /*format*/, ...) { return 0; }
+int DebugOutput(const char* /*format*/, ...) {
+  return 0;
+}
 
-int DebugOutputV(const char* /*format*/, va_list /*args*/) { return 0; }
+int DebugOutputV(const char* /*format*/, va_list /*args*/) {
+  return 0;
+}
 
 int LogError(const char* format, ...) {
   va_list args;
@@ -39,8 +43,12 @@ int LogErrorV(const char* format, va_list args) {
   return std::vfprintf(stderr, format, args);
 }
 
-void SuspendDebugOutput() { suspendDebugLogging = true; }
+void SuspendDebugOutput() {
+  suspendDebugLogging = true;
+}
 
-void ResumeDebugOutput() { suspendDebugLogging = false; }
+void ResumeDebugOutput() {
+  suspendDebugLogging = false;
+}
 
 }  // namespace tavrin::debug

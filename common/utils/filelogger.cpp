@@ -25,7 +25,9 @@ void AppendText(const tavrin_ustring& path, const tavrin_ustring& text) {
 
 namespace tavrin::utils::internal {
 
-void WriteLogText(const tavrin_ustring& text) { AppendText(CFileLogger::Get()->GetFile(), text); }
+void WriteLogText(const tavrin_ustring& text) {
+  AppendText(CFileLogger::Get()->GetFile(), text);
+}
 
 }  // namespace tavrin::utils::internal
 
@@ -61,11 +63,17 @@ void CFileLogger::Terminate() {
   self->path_ = tavrin_ustring();
 }
 
-bool CFileLogger::IsInitialized() const { return !path_.empty(); }
+bool CFileLogger::IsInitialized() const {
+  return !path_.empty();
+}
 
-tavrin_ustring CFileLogger::GetFile() const { return path_; }
+tavrin_ustring CFileLogger::GetFile() const {
+  return path_;
+}
 
-tavrin_ustring CFileLogger::GetLogFile() { return Get()->GetFile(); }
+tavrin_ustring CFileLogger::GetLogFile() {
+  return Get()->GetFile();
+}
 
 void CFileLogger::WriteLog(tavrin_ustring format, ...) {
   va_list args;

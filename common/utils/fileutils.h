@@ -254,8 +254,8 @@ TAVRIN_EXPORT void GetFilesInDirectory(const tavrin_ustring& directory,
 // order, each at most once. Empty for an empty extension list (nothing is
 // listed then) or a missing directory.
 TAVRIN_EXPORT std::vector<tavrin_ustring> FindFilesWithExtensions(
-    const tavrin_ustring& directory, const std::vector<tavrin_ustring>& extensions,
-    bool recursive, bool caseSensitive);
+    const tavrin_ustring& directory, const std::vector<tavrin_ustring>& extensions, bool recursive,
+    bool caseSensitive);
 
 // FindFilesWithExtension()
 //
@@ -348,7 +348,6 @@ class TAVRIN_EXPORT FileInDirectoryFinder {
  private:
   tavrin_ustring directory_;
 };
-
 
 // ---------------------------------------------------------------------------
 // Well-known folders.
@@ -450,6 +449,5 @@ TAVRIN_EXPORT void GetTempFileName(const tavrin_ustring& directory, tavrin_ustri
 // <path> could not be created" (the hook only: no abort, no throw), `name`
 // gets the template and the result is false.
 TAVRIN_EXPORT bool MakeTempDir(const tavrin_ustring& directory, tavrin_ustring& name);
-
 
 }  // namespace tavrin::utils

@@ -18,11 +18,15 @@ namespace {
 
 namespace pf = tavrin::platform;
 
-std::string Bytes(const tavrin_ustring& path) { return path.utf8(); }
+std::string Bytes(const tavrin_ustring& path) {
+  return path.utf8();
+}
 
 // Text of a file-system name. A name that is not valid UTF-8 has no
 // tavrin_ustring form; it comes back empty.
-tavrin_ustring Text(const std::string& bytes) { return tavrin_ustring(bytes); }
+tavrin_ustring Text(const std::string& bytes) {
+  return tavrin_ustring(bytes);
+}
 
 bool StartsWithUnit(const tavrin_ustring& s, unsigned short unit) {
   return !s.empty() && s[0] == unit;
@@ -63,8 +67,8 @@ tavrin_ustring ExpandListingTilde(const tavrin_ustring& directory) {
 tavrin_ustring ExpandTilde(const tavrin_ustring& path) {
   if (!StartsWithUnit(path, '~')) return path;
   tavrin_ustring::size_type slash = path.find(static_cast<unsigned short>('/'));
-  tavrin_ustring user = path.substr(1, slash == tavrin_ustring::npos ? tavrin_ustring::npos
-                                                                      : slash - 1);
+  tavrin_ustring user =
+      path.substr(1, slash == tavrin_ustring::npos ? tavrin_ustring::npos : slash - 1);
   tavrin_ustring rest = slash == tavrin_ustring::npos ? tavrin_ustring() : path.substr(slash);
   tavrin_ustring home = user.empty() ? HomeDirectory() : Text(pf::HomeDirectoryOf(Bytes(user)));
   if (home.empty()) return path;
@@ -82,8 +86,8 @@ using WalkVisitor = bool (*)(void* context, const tavrin_ustring& relative,
 // `enter` decides whether directories are entered; symbolic links never are.
 // The visitor returns false to stop the whole walk. Entries whose names are
 // not valid UTF-8 have no text form and are skipped.
-bool Walk(const std::string& root, const tavrin_ustring& relative_prefix, bool enter,
-          void* context, WalkVisitor visit) {
+bool Walk(const std::string& root, const tavrin_ustring& relative_prefix, bool enter, void* context,
+          WalkVisitor visit) {
   std::vector<pf::DirectoryEntry> entries;
   if (!pf::ReadDirectory(root, entries)) return true;
   for (const pf::DirectoryEntry& entry : entries) {
@@ -162,7 +166,9 @@ bool HasParentComponent(const tavrin_ustring& name) {
 }
 
 // Removal of a whole tree is refused for the root in every spelling.
-bool RemovalAllowed(const tavrin_ustring& path) { return !FixPathString(path).empty(); }
+bool RemovalAllowed(const tavrin_ustring& path) {
+  return !FixPathString(path).empty();
+}
 
 bool RemoveTree(const tavrin_ustring& path) {
   return RemovalAllowed(path) && pf::RemoveItem(Bytes(path));
@@ -181,22 +187,34 @@ tavrin_ustring ProductFolder(int release) {
 
 // --- Queries. ---------------------------------------------------------------
 
-bool FileExists(const tavrin_ustring& path) { return pf::PathExists(Bytes(path)); }
+bool FileExists(const tavrin_ustring& path) {
+  return pf::PathExists(Bytes(path));
+}
 
 bool IsFile(const tavrin_ustring& path) {
   std::string p = Bytes(path);
   return pf::PathExists(p) && !pf::PathIsDirectory(p);
 }
 
-bool IsDirectory(const tavrin_ustring& path) { return pf::PathIsDirectory(Bytes(path)); }
+bool IsDirectory(const tavrin_ustring& path) {
+  return pf::PathIsDirectory(Bytes(path));
+}
 
-bool IsWritableFile(const tavrin_ustring& path) { return pf::PathIsWritable(Bytes(path)); }
+bool IsWritableFile(const tavrin_ustring& path) {
+  return pf::PathIsWritable(Bytes(path));
+}
 
-bool IsReadableFile(const tavrin_ustring& path) { return pf::PathIsReadable(Bytes(path)); }
+bool IsReadableFile(const tavrin_ustring& path) {
+  return pf::PathIsReadable(Bytes(path));
+}
 
-int LockFile(const tavrin_ustring& path) { return pf::LockPath(Bytes(path)); }
+int LockFile(const tavrin_ustring& path) {
+  return pf::LockPath(Bytes(path));
+}
 
-bool UnlockFile(int* handle) { return pf::UnlockPath(handle); }
+bool UnlockFile(int* handle) {
+  return pf::UnlockPath(handle);
+}
 
 bool IsLockedFile(const tavrin_ustring& path) {
   if (!FileExists(path)) return false;
@@ -207,9 +225,13 @@ bool ChangeFilePermission(const tavrin_ustring& path, bool writable) {
   return pf::SetOwnerWritable(Bytes(path), writable);
 }
 
-bool MakeWritableFile(const tavrin_ustring& path) { return ChangeFilePermission(path, true); }
+bool MakeWritableFile(const tavrin_ustring& path) {
+  return ChangeFilePermission(path, true);
+}
 
-bool MakeReadonlyFile(const tavrin_ustring& path) { return ChangeFilePermission(path, false); }
+bool MakeReadonlyFile(const tavrin_ustring& path) {
+  return ChangeFilePermission(path, false);
+}
 
 Time FileCreationTime(const tavrin_ustring& path) {
   if (path.empty()) return Time(std::time(nullptr));
@@ -242,25 +264,25 @@ bool FileStatus(const tavrin_ustring& path, struct stat* out) {
 }
 
 time_t GetModificationTime(const tavrin_ustring& path) {
-  return static_cast<time_t>(
-      pf::GetOpenedFileTime(Bytes(path), pf::FileTimeField::kModification));
+  return static_cast<time_t>(pf::GetOpenedFileTime(Bytes(path), pf::FileTimeField::kModification));
 }
 
 time_t GetStatusChangeTime(const tavrin_ustring& path) {
-  return static_cast<time_t>(
-      pf::GetOpenedFileTime(Bytes(path), pf::FileTimeField::kStatusChange));
+  return static_cast<time_t>(pf::GetOpenedFileTime(Bytes(path), pf::FileTimeField::kStatusChange));
 }
 
 time_t GetAccessTime(const tavrin_ustring& path) {
   return static_cast<time_t>(pf::GetOpenedFileTime(Bytes(path), pf::FileTimeField::kAccess));
 }
 
-std::string FileSystemRepresentation(const tavrin_ustring& path) { return Bytes(path); }
+std::string FileSystemRepresentation(const tavrin_ustring& path) {
+  return Bytes(path);
+}
 
 int FileSystemRepresentation(const tavrin_ustring& path, char* buffer, std::size_t size) {
   std::string bytes = Bytes(path);
-  int n = bytes.size() > static_cast<std::size_t>(INT_MAX) ? INT_MAX
-                                                              : static_cast<int>(bytes.size());
+  int n =
+      bytes.size() > static_cast<std::size_t>(INT_MAX) ? INT_MAX : static_cast<int>(bytes.size());
   if (!buffer) return -n;
   if (bytes.size() >= size) {
     // `size` bytes and a zero at index `size`: the buffer holds size + 1.
@@ -331,7 +353,9 @@ bool RemoveFileIfExists(const tavrin_ustring& path) {
   return pf::RemoveItem(bytes);
 }
 
-bool RecycleFileIfExists(const tavrin_ustring& path) { return RemoveFileIfExists(path); }
+bool RecycleFileIfExists(const tavrin_ustring& path) {
+  return RemoveFileIfExists(path);
+}
 
 bool RenameFileIfExists(const tavrin_ustring& from, const tavrin_ustring& to) {
   if (from.empty() || to.empty()) return false;
@@ -397,14 +421,12 @@ std::vector<tavrin_ustring> FindFilesWithExtensions(const tavrin_ustring& direct
 }
 
 void FindFilesWithExtension(const tavrin_ustring& directory, const tavrin_ustring& extension,
-                            std::vector<tavrin_ustring>& out, bool recursive,
-                            bool caseSensitive) {
+                            std::vector<tavrin_ustring>& out, bool recursive, bool caseSensitive) {
   out = FindFilesWithExtensions(directory, std::vector<tavrin_ustring>{extension}, recursive,
                                 caseSensitive);
 }
 
-bool FindFile(const tavrin_ustring& directory, const tavrin_ustring& name,
-              tavrin_ustring& found) {
+bool FindFile(const tavrin_ustring& directory, const tavrin_ustring& name, tavrin_ustring& found) {
   if (name.empty() || StartsWithUnit(name, '/') || HasParentComponent(name)) return false;
   tavrin_ustring expanded = ExpandListingTilde(directory);
   if (!IsDirectory(expanded)) return false;
@@ -420,7 +442,9 @@ bool FindFile(const tavrin_ustring& directory, const tavrin_ustring& name,
   return true;
 }
 
-tavrin_ustring GetCurrentWorkingDirectory() { return Text(pf::CurrentDirectory()); }
+tavrin_ustring GetCurrentWorkingDirectory() {
+  return Text(pf::CurrentDirectory());
+}
 
 bool SetCurrentWorkingDirectory(const tavrin_ustring& path) {
   if (path.empty()) return true;
@@ -496,7 +520,9 @@ bool FileInDirectoryFinder::operator()(const tavrin_ustring& path) const {
 
 // --- Well-known folders. -------------------------------------------------------------
 
-tavrin_ustring HomeDirectory() { return Canonical(Text(pf::HomeDirectory())); }
+tavrin_ustring HomeDirectory() {
+  return Canonical(Text(pf::HomeDirectory()));
+}
 
 tavrin_ustring UserDocumentsDirectory() {
   tavrin_ustring documents = Text(pf::DocumentsDirectory());
@@ -535,8 +561,7 @@ tavrin_ustring UserSupportFileDirectory(const tavrin_ustring& subfolder) {
   return UserSupportFileDirectory(subfolder, 25, false);
 }
 
-bool UserSupportFileDirectoryExists(const tavrin_ustring& subfolder, int release,
-                                    bool /*unused*/) {
+bool UserSupportFileDirectoryExists(const tavrin_ustring& subfolder, int release, bool /*unused*/) {
   tavrin_ustring base = UserApplicationDataDirectory();
   if (base.empty()) return false;
   return FileExists(AppendToPath(AppendToPath(base, ProductFolder(release)), subfolder));
@@ -550,9 +575,13 @@ tavrin_ustring MachineSupportFileDirectory(const tavrin_ustring& subfolder) {
   return Canonical(path);
 }
 
-tavrin_ustring FontDirectory() { return tavrin_ustring(); }
+tavrin_ustring FontDirectory() {
+  return tavrin_ustring();
+}
 
-void GetTempPath(tavrin_ustring& out) { out = Canonical(Text(pf::PrivateTemporaryDirectory())); }
+void GetTempPath(tavrin_ustring& out) {
+  out = Canonical(Text(pf::PrivateTemporaryDirectory()));
+}
 
 void GetTempAppSupportPath(const tavrin_ustring& subfolder, tavrin_ustring& out) {
   tavrin_ustring support = UserSupportFileDirectory(subfolder, 25, false);

@@ -30,7 +30,9 @@ void AssertFailed(const char* file, unsigned int line, const char* expression) {
   hook->LogAssertion(message.utf8().c_str());
 }
 
-void SetLoggerHook(IAssertLogger* hook) { s_logger_hook.store(hook); }
+void SetLoggerHook(IAssertLogger* hook) {
+  s_logger_hook.store(hook);
+}
 
 void SetShowMoreHook(IAssertShowMore* /*hook*/) {}
 

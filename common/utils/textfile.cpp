@@ -32,7 +32,9 @@ std::size_t IncompleteTail(const char* bytes, std::size_t length) {
 
 CTextFile::CTextFile() = default;
 
-CTextFile::~CTextFile() { Close(); }
+CTextFile::~CTextFile() {
+  Close();
+}
 
 bool CTextFile::Open(const tavrin_ustring& path) {
   Close();
@@ -40,7 +42,8 @@ bool CTextFile::Open(const tavrin_ustring& path) {
   if (!stream_) return false;
   unsigned char mark[2];
   std::uint16_t value = 0xFFFF;
-  if (std::fread(mark, 1, 2, stream_) == 2) value = static_cast<std::uint16_t>(mark[0] | mark[1] << 8);
+  if (std::fread(mark, 1, 2, stream_) == 2)
+    value = static_cast<std::uint16_t>(mark[0] | mark[1] << 8);
   switch (value) {
     case 0xBBEF: {
       int third = std::fgetc(stream_);
@@ -147,7 +150,9 @@ bool CTextFile::GetLineUTF16(tavrin_ustring* line) {
   return read;
 }
 
-long CTextFile::GetPosition() const { return stream_ ? std::ftell(stream_) : 0; }
+long CTextFile::GetPosition() const {
+  return stream_ ? std::ftell(stream_) : 0;
+}
 
 bool CTextFile::SetPosition(long offset) {
   return stream_ && std::fseek(stream_, offset, SEEK_SET) == 0;

@@ -26,7 +26,9 @@ TraceFileState& State() {
   return *state;
 }
 
-tavrin_ustring DefaultTraceDirectory() { return tavrin_ustring("/tmp"); }
+tavrin_ustring DefaultTraceDirectory() {
+  return tavrin_ustring("/tmp");
+}
 
 }  // namespace
 

@@ -63,7 +63,9 @@ std::string GetEnv(const char* name) {
   return v ? std::string(v) : std::string();
 }
 
-bool IsAbsolute(const std::string& p) { return !p.empty() && p[0] == '/'; }
+bool IsAbsolute(const std::string& p) {
+  return !p.empty() && p[0] == '/';
+}
 
 // "a" + "b" with exactly one "/" between them.
 std::string JoinRaw(const std::string& a, const std::string& b) {
@@ -118,8 +120,7 @@ bool RandomBytes(unsigned char* out, std::size_t n) {
 
 // Six (or `count`) characters from [A-Za-z0-9], uniformly drawn.
 std::string RandomName(std::size_t count) {
-  static const char kAlphabet[] =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+  static const char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
   std::string out;
   while (out.size() < count) {
     unsigned char buf[32];
@@ -670,7 +671,9 @@ std::string CurrentDirectory() {
   }
 }
 
-bool ChangeDirectory(const std::string& path) { return ::chdir(path.c_str()) == 0; }
+bool ChangeDirectory(const std::string& path) {
+  return ::chdir(path.c_str()) == 0;
+}
 
 std::string HomeDirectory() {
   std::string home = GetEnv("HOME");
@@ -885,7 +888,9 @@ bool AppendToFile(const std::string& path, const std::string& bytes) {
   return ok;
 }
 
-long CurrentProcessId() { return static_cast<long>(::getpid()); }
+long CurrentProcessId() {
+  return static_cast<long>(::getpid());
+}
 
 std::string ErrorText(int error_number) {
   char buf[256];

@@ -59,12 +59,18 @@ TEST(FoldersTest, HomeIsCanonical) {
     ScopedEnv env("HOME", "/");
     EXPECT_EQ(tu::HomeDirectory().utf8(), "/");
   }
+  std::string fallback;
   {
     // Without $HOME the password database answers: an absolute folder.
     ScopedEnv env("HOME", nullptr);
-    std::string fallback = tu::HomeDirectory().utf8();
+    fallback = tu::HomeDirectory().utf8();
     ASSERT_FALSE(fallback.empty());
     EXPECT_EQ(fallback[0], '/');
+  }
+  {
+    // A relative $HOME is no answer either.
+    ScopedEnv env("HOME", "relative/home");
+    EXPECT_EQ(tu::HomeDirectory().utf8(), fallback);
   }
 }
 

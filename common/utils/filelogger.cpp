@@ -46,6 +46,8 @@ bool CFileLogger::Initialize(const tavrin_ustring& prefix) {
   if (!self->path_.empty()) return false;
   tavrin_ustring folder;
   tavrin::utils::GetTempPath(folder);
+  // Without a private temporary folder there is nowhere safe to log.
+  if (folder.empty()) return false;
   std::string stamp = tavrin::utils::Time(std::time(nullptr)).Format("%Y-%m-%d-%H:%M:%S");
   tavrin_ustring name = prefix;
   name += tavrin_ustring("-");

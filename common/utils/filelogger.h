@@ -85,8 +85,9 @@ class TAVRIN_EXPORT CFileLogger : public tavrin::utils::Singleton<CFileLogger> {
   //
   // Sets the path to AppendToPath(GetTempPath(), prefix + "-" + local time
   // "%Y-%m-%d-%H:%M:%S" + ".log"); the file is created by the first message.
-  // False, with nothing changed, when the logger is already initialised. The
-  // name has one-second resolution.
+  // False, with nothing changed, when the logger is already initialised or
+  // there is no private temporary folder. The name has one-second
+  // resolution.
   static bool Initialize(const tavrin::utils::tavrin_ustring& prefix);
 
   // Terminate()

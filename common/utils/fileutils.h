@@ -360,8 +360,8 @@ class TAVRIN_EXPORT FileInDirectoryFinder {
 
 // HomeDirectory()
 //
-// $HOME, else the password database entry of the user; canonical; "" when
-// neither is known.
+// $HOME when it is absolute, else the password database entry of the user;
+// canonical; "" when neither is known.
 TAVRIN_EXPORT tavrin_ustring HomeDirectory();
 
 // UserDocumentsDirectory()

@@ -144,7 +144,7 @@ std::string CurrentDirectory();
 // chdir; false when it fails.
 bool ChangeDirectory(const std::string& path);
 
-// Home: $HOME when set and non-empty, else the password database entry of
+// Home: $HOME when it is absolute, else the password database entry of
 // the effective user; "" when neither exists. Read on every call.
 std::string HomeDirectory();
 // The home of the named user from the password database; "" when unknown.

@@ -676,8 +676,9 @@ bool ChangeDirectory(const std::string& path) {
 }
 
 std::string HomeDirectory() {
+  // A relative $HOME is no answer: the password database is asked instead.
   std::string home = GetEnv("HOME");
-  if (!home.empty()) return home;
+  if (IsAbsolute(home)) return home;
   std::string dir;
   if (PasswdOfUid(::geteuid(), &dir, nullptr) && IsAbsolute(dir)) return dir;
   return {};

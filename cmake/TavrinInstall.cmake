@@ -19,6 +19,10 @@ install(FILES ${PROJECT_BINARY_DIR}/TavrinUtilsConfig.cmake
               ${PROJECT_BINARY_DIR}/TavrinUtilsConfigVersion.cmake
         DESTINATION ${TAVRIN_CMAKE_DIR})
 
+# The .pc file finds its prefix relative to itself, so an installed tree can
+# be moved (or installed with --prefix) and still work.
+file(RELATIVE_PATH TAVRIN_PC_RELATIVE_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+string(REGEX REPLACE "/$" "" TAVRIN_PC_RELATIVE_PREFIX "${TAVRIN_PC_RELATIVE_PREFIX}")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/tavrin-utils.pc.in ${PROJECT_BINARY_DIR}/tavrin-utils.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/tavrin-utils.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 

@@ -7,6 +7,8 @@
 #pragma once
 
 #include <cstdio>
+#include <cctype>
+#include <cstdlib>
 #include <functional>
 #include <iosfwd>
 #include <optional>

@@ -72,7 +72,7 @@ Singleton<T>::~Singleton() {
 
 }  // namespace tavrin::utils
 
-class CFileLogger;
+class TAVRIN_EXPORT CFileLogger;
 extern template class tavrin::utils::Singleton<CFileLogger>;
 
 // CFileLogger

@@ -612,10 +612,14 @@ bool ReadRegularFile(const std::string& path, std::string& out) {
     ::close(fd);
     return false;
   }
-  if (st.st_size > 0) out.reserve(static_cast<std::size_t>(st.st_size));
-  char buf[65536];
+  // Read straight into the string: st_size is only a hint (/proc files say
+  // 0), so the buffer grows until read() reports the end of the file.
+  std::size_t capacity = st.st_size > 0 ? static_cast<std::size_t>(st.st_size) + 1 : 4096;
+  std::size_t used = 0;
+  out.resize(capacity);
   for (;;) {
-    ssize_t n = ::read(fd, buf, sizeof buf);
+    if (used == out.size()) out.resize(out.size() * 2);
+    ssize_t n = ::read(fd, out.data() + used, out.size() - used);
     if (n < 0) {
       if (errno == EINTR) continue;
       ::close(fd);
@@ -623,9 +627,10 @@ bool ReadRegularFile(const std::string& path, std::string& out) {
       return false;
     }
     if (n == 0) break;
-    out.append(buf, static_cast<std::size_t>(n));
+    used += static_cast<std::size_t>(n);
   }
   ::close(fd);
+  out.resize(used);
   return true;
 }
 

@@ -2,6 +2,7 @@
 //
 // Each argument is a file or a folder of files; every file is passed once to
 // LLVMFuzzerTestOneInput. Used by GCC builds and by CTest to replay corpora.
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>

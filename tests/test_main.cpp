@@ -29,7 +29,7 @@ void SetUpEnvironment() {
   if (const char* env = std::getenv("TAVRIN_TEST_ROOT"); env && *env) {
     base = env;
   } else {
-    base = std::filesystem::current_path().string() + "/test-tmp";
+    base = TAVRIN_DEFAULT_TEST_ROOT;
   }
   std::filesystem::create_directories(base);
   std::string tmpl = base + "/run.XXXXXX";

@@ -42,12 +42,12 @@ std::string ReadFile(const std::string& path) {
 
 std::string ExamplesDir() {
   const char* env = std::getenv("TAVRIN_EXAMPLES");
-  return env ? env : "";
+  return env && *env ? env : TAVRIN_DEFAULT_EXAMPLES;
 }
 
 std::string ToolPath() {
   const char* env = std::getenv("TAVRIN_EXE");
-  return env ? env : "";
+  return env && *env ? env : TAVRIN_DEFAULT_EXE;
 }
 
 int RunShell(const std::string& command, std::string* out) {

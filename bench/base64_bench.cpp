@@ -1,0 +1,308 @@
+// base64_bench.cpp - Base64 encoding and decoding against GLib and OpenSSL,
+// and the natural-order file-name comparison against glibc's strverscmp.
+//
+// Every Base64 case turns the same input into a fresh std::string result, as
+// a caller of base64_encode gets it, so allocation is part of each figure;
+// the memcpy floor copies the input into a new string of the output's size.
+// Inputs come from fixed seeds.
+#include <benchmark/benchmark.h>
+#include <string.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "bench/bench_support.h"
+#include "common/utils/base64.h"
+#include "common/utils/ustring.h"
+
+// strverscmp is a GNU C library extension.
+#if defined(__GLIBC__)
+#define TAVRIN_HAVE_STRVERSCMP 1
+#endif
+#if defined(TAVRIN_HAVE_GLIB)
+#include <glib.h>
+#endif
+#if defined(TAVRIN_HAVE_OPENSSL)
+#include <openssl/evp.h>
+#endif
+
+namespace {
+
+using tavrin::utils::tavrin_ustring;
+
+constexpr std::int64_t kSmall = 1024;
+constexpr std::int64_t kLarge = 16 << 20;
+
+std::size_t InputSize(const benchmark::State& state) {
+  const auto full = static_cast<std::size_t>(state.range(0));
+  return tavrin::bench::Size(full, std::min<std::size_t>(full, 4096));
+}
+
+// Random bytes of the given length (one fixed seed per length).
+const std::string& Bytes(std::size_t n) {
+  static std::map<std::size_t, std::string> cache;
+  auto it = cache.find(n);
+  if (it != cache.end()) return it->second;
+  std::mt19937_64 rng(0xB64B64u + n);
+  std::string s(n, '\0');
+  for (std::size_t i = 0; i < n; i += 8) {
+    const std::uint64_t v = rng();
+    for (std::size_t k = 0; k < 8 && i + k < n; ++k) s[i + k] = static_cast<char>(v >> (8 * k));
+  }
+  return cache.emplace(n, std::move(s)).first->second;
+}
+
+// The Base64 text of Bytes(n).
+const std::string& Text(std::size_t n) {
+  static std::map<std::size_t, std::string> cache;
+  auto it = cache.find(n);
+  if (it != cache.end()) return it->second;
+  const std::string& b = Bytes(n);
+  std::string t = tavrin::utils::base64_encode(reinterpret_cast<const unsigned char*>(b.data()),
+                                               static_cast<unsigned int>(b.size()));
+  return cache.emplace(n, std::move(t)).first->second;
+}
+
+const unsigned char* U8(const std::string& s) {
+  return reinterpret_cast<const unsigned char*>(s.data());
+}
+
+// --- Encoding ------------------------------------------------------------------
+
+void EncodeMemcpy(benchmark::State& state) {
+  const std::string& in = Bytes(InputSize(state));
+  const std::size_t out_size = (in.size() + 2) / 3 * 4;
+  for (auto _ : state) {
+    std::string out(out_size, '\0');
+    std::memcpy(out.data(), in.data(), in.size());
+    benchmark::DoNotOptimize(out.data());
+  }
+  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * in.size()));
+}
+
+void EncodeTavrin(benchmark::State& state) {
+  const std::string& in = Bytes(InputSize(state));
+  for (auto _ : state) {
+    std::string out = tavrin::utils::base64_encode(U8(in), static_cast<unsigned int>(in.size()));
+    benchmark::DoNotOptimize(out.data());
+  }
+  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * in.size()));
+}
+
+#if defined(TAVRIN_HAVE_GLIB)
+void EncodeGlib(benchmark::State& state) {
+  const std::string& in = Bytes(InputSize(state));
+  for (auto _ : state) {
+    std::string out((in.size() / 3 + 1) * 4 + 4, '\0');
+    gint b64_state = 0, save = 0;
+    gsize n = g_base64_encode_step(U8(in), in.size(), FALSE, out.data(), &b64_state, &save);
+    n += g_base64_encode_close(FALSE, out.data() + n, &b64_state, &save);
+    out.resize(n);
+    benchmark::DoNotOptimize(out.data());
+  }
+  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * in.size()));
+}
+#endif
+
+#if defined(TAVRIN_HAVE_OPENSSL)
+void EncodeOpenssl(benchmark::State& state) {
+  const std::string& in = Bytes(InputSize(state));
+  for (auto _ : state) {
+    std::string out((in.size() + 2) / 3 * 4 + 1, '\0');
+    const int n = EVP_EncodeBlock(reinterpret_cast<unsigned char*>(out.data()), U8(in),
+                                  static_cast<int>(in.size()));
+    out.resize(static_cast<std::size_t>(n));
+    benchmark::DoNotOptimize(out.data());
+  }
+  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * in.size()));
+}
+#endif
+
+// --- Decoding ------------------------------------------------------------------
+// Bytes processed count the Base64 text read.
+
+void DecodeMemcpy(benchmark::State& state) {
+  const std::string& in = Text(InputSize(state));
+  const std::size_t out_size = in.size() / 4 * 3;
+  for (auto _ : state) {
+    std::string out(out_size, '\0');
+    std::memcpy(out.data(), in.data(), out_size);
+    benchmark::DoNotOptimize(out.data());
+  }
+  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * in.size()));
+}
+
+void DecodeTavrin(benchmark::State& state) {
+  const std::string& in = Text(InputSize(state));
+  for (auto _ : state) {
+    std::string out = tavrin::utils::base64_decode(in);
+    benchmark::DoNotOptimize(out.data());
+  }
+  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * in.size()));
+}
+
+#if defined(TAVRIN_HAVE_GLIB)
+void DecodeGlib(benchmark::State& state) {
+  const std::string& in = Text(InputSize(state));
+  for (auto _ : state) {
+    std::string out(in.size() / 4 * 3 + 3, '\0');
+    gint b64_state = 0;
+    guint save = 0;
+    const gsize n = g_base64_decode_step(in.data(), in.size(),
+                                         reinterpret_cast<guchar*>(out.data()), &b64_state, &save);
+    out.resize(n);
+    benchmark::DoNotOptimize(out.data());
+  }
+  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * in.size()));
+}
+#endif
+
+#if defined(TAVRIN_HAVE_OPENSSL)
+void DecodeOpenssl(benchmark::State& state) {
+  const std::string& in = Text(InputSize(state));
+  // EVP_DecodeBlock writes 3 bytes for every group, padding included.
+  std::size_t padding = 0;
+  for (std::size_t i = in.size(); i > 0 && in[i - 1] == '='; --i) ++padding;
+  for (auto _ : state) {
+    std::string out(in.size() / 4 * 3, '\0');
+    const int n = EVP_DecodeBlock(reinterpret_cast<unsigned char*>(out.data()), U8(in),
+                                  static_cast<int>(in.size()));
+    out.resize(static_cast<std::size_t>(n) - padding);
+    benchmark::DoNotOptimize(out.data());
+  }
+  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * in.size()));
+}
+#endif
+
+// --- Natural-order comparison of file names ---------------------------------------
+
+struct NamePairs {
+  std::vector<tavrin_ustring> wide;
+  std::vector<std::string> narrow;
+  std::vector<std::pair<std::size_t, std::size_t>> random_pairs;
+  std::vector<std::pair<std::size_t, std::size_t>> neighbour_pairs;
+};
+
+// File names of the usual shapes: camera images, numbered tracks and
+// chapters, versioned documents, with mixed case and zero padding.
+const NamePairs& Names() {
+  static const NamePairs pairs = [] {
+    NamePairs p;
+    std::mt19937 rng(0x5EEDu);
+    const char* stems[] = {"IMG_",  "track",  "Chapter ",      "report v", "DSC0",
+                           "scan-", "Photo ", "invoice_2024-", "Frame",    "shot"};
+    const char* exts[] = {".jpg", ".JPG", ".mp3", ".pdf", ".txt", ".png", ".tif", ""};
+    const std::size_t count = tavrin::bench::Size(8192, 512);
+    for (std::size_t i = 0; i < count; ++i) {
+      std::string name = stems[rng() % 10];
+      const unsigned width = rng() % 5;
+      std::string number = std::to_string(rng() % 20000);
+      if (number.size() < width) number.insert(0, width - number.size(), '0');
+      name += number;
+      if (rng() % 3 == 0) name += (rng() % 2 ? " - part " : "_") + std::to_string(rng() % 12);
+      name += exts[rng() % 8];
+      if (rng() % 4 == 0)
+        for (char& c : name) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+      p.narrow.push_back(name);
+    }
+    // Neighbours in sorted order share long prefixes: the costly case.
+    std::sort(p.narrow.begin(), p.narrow.end(), [](const std::string& a, const std::string& b) {
+#if defined(TAVRIN_HAVE_STRVERSCMP)
+      return strverscmp(a.c_str(), b.c_str()) < 0;
+#else
+      return a < b;
+#endif
+    });
+    for (const auto& n : p.narrow) p.wide.emplace_back(n.c_str());
+    for (std::size_t i = 0; i < count; ++i) {
+      p.random_pairs.emplace_back(rng() % count, rng() % count);
+      if (i + 1 < count) p.neighbour_pairs.emplace_back(i, i + 1);
+    }
+    return p;
+  }();
+  return pairs;
+}
+
+template <bool kNeighbours>
+const std::vector<std::pair<std::size_t, std::size_t>>& Pairs() {
+  return kNeighbours ? Names().neighbour_pairs : Names().random_pairs;
+}
+
+template <bool kNeighbours>
+void CompareTavrin(benchmark::State& state) {
+  const NamePairs& n = Names();
+  const auto& pairs = Pairs<kNeighbours>();
+  for (auto _ : state) {
+    int sum = 0;
+    for (const auto& [a, b] : pairs) sum += n.wide[a].compare_intuitive_nocase(n.wide[b]);
+    benchmark::DoNotOptimize(sum);
+  }
+  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * pairs.size()));
+}
+
+#if defined(TAVRIN_HAVE_STRVERSCMP)
+// glibc's version order (case-sensitive, so it does less work per unit).
+template <bool kNeighbours>
+void CompareStrverscmp(benchmark::State& state) {
+  const NamePairs& n = Names();
+  const auto& pairs = Pairs<kNeighbours>();
+  for (auto _ : state) {
+    int sum = 0;
+    for (const auto& [a, b] : pairs) sum += strverscmp(n.narrow[a].c_str(), n.narrow[b].c_str());
+    benchmark::DoNotOptimize(sum);
+  }
+  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * pairs.size()));
+}
+#endif
+
+// Floor: plain byte order of the same pairs.
+template <bool kNeighbours>
+void CompareStrcmp(benchmark::State& state) {
+  const NamePairs& n = Names();
+  const auto& pairs = Pairs<kNeighbours>();
+  for (auto _ : state) {
+    int sum = 0;
+    for (const auto& [a, b] : pairs) sum += std::strcmp(n.narrow[a].c_str(), n.narrow[b].c_str());
+    benchmark::DoNotOptimize(sum);
+  }
+  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * pairs.size()));
+}
+
+void Sizes(benchmark::internal::Benchmark* b) {
+  b->Arg(kSmall)->Arg(kLarge);
+}
+
+BENCHMARK(EncodeMemcpy)->Name("base64_encode/memcpy")->Apply(Sizes);
+BENCHMARK(EncodeTavrin)->Name("base64_encode/tavrin")->Apply(Sizes);
+#if defined(TAVRIN_HAVE_GLIB)
+BENCHMARK(EncodeGlib)->Name("base64_encode/glib")->Apply(Sizes);
+#endif
+#if defined(TAVRIN_HAVE_OPENSSL)
+BENCHMARK(EncodeOpenssl)->Name("base64_encode/openssl")->Apply(Sizes);
+#endif
+
+BENCHMARK(DecodeMemcpy)->Name("base64_decode/memcpy")->Apply(Sizes);
+BENCHMARK(DecodeTavrin)->Name("base64_decode/tavrin")->Apply(Sizes);
+#if defined(TAVRIN_HAVE_GLIB)
+BENCHMARK(DecodeGlib)->Name("base64_decode/glib")->Apply(Sizes);
+#endif
+#if defined(TAVRIN_HAVE_OPENSSL)
+BENCHMARK(DecodeOpenssl)->Name("base64_decode/openssl")->Apply(Sizes);
+#endif
+
+BENCHMARK(CompareStrcmp<false>)->Name("natural_compare_random/strcmp");
+BENCHMARK(CompareTavrin<false>)->Name("natural_compare_random/tavrin");
+#if defined(TAVRIN_HAVE_STRVERSCMP)
+BENCHMARK(CompareStrverscmp<false>)->Name("natural_compare_random/strverscmp");
+#endif
+BENCHMARK(CompareStrcmp<true>)->Name("natural_compare_neighbours/strcmp");
+BENCHMARK(CompareTavrin<true>)->Name("natural_compare_neighbours/tavrin");
+#if defined(TAVRIN_HAVE_STRVERSCMP)
+BENCHMARK(CompareStrverscmp<true>)->Name("natural_compare_neighbours/strverscmp");
+#endif
+
+}  // namespace

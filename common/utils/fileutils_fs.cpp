@@ -77,80 +77,48 @@ tavrin_ustring ExpandTilde(const tavrin_ustring& path) {
   return home + rest;
 }
 
-// One step of a depth-first walk: the entry, its path relative to the walk's
-// root ("/" separated) and whether a directory entry should be entered.
-using WalkVisitor = bool (*)(void* context, const tavrin_ustring& relative,
-                             const pf::DirectoryEntry& entry);
-
-// Walks `root` depth-first, each directory's entries in byte order of name.
-// `enter` decides whether directories are entered; symbolic links never are.
-// The visitor returns false to stop the whole walk. Entries whose names are
-// not valid UTF-8 have no text form and are skipped.
-bool Walk(const std::string& root, const tavrin_ustring& relative_prefix, bool enter, void* context,
-          WalkVisitor visit) {
+// Walks `root` depth-first, each directory's entries in byte order of name,
+// calling visit(relative path, entry) for every entry; the relative path is
+// "/" separated. Directories are entered when `enter` is true; symbolic links
+// never are. The visitor returns false to stop the whole walk. Entries whose
+// names are not valid UTF-8 have no text form and are skipped.
+template <class Visit>
+bool Walk(const std::string& root, const tavrin_ustring& relative_prefix, bool enter,
+          Visit& visit) {
   std::vector<pf::DirectoryEntry> entries;
   if (!pf::ReadDirectory(root, entries)) return true;
   for (const pf::DirectoryEntry& entry : entries) {
     tavrin_ustring name = Text(entry.name);
     if (name.empty()) continue;
     tavrin_ustring relative = relative_prefix.empty() ? name : relative_prefix + "/" + name;
-    if (!visit(context, relative, entry)) return false;
+    if (!visit(relative, entry)) return false;
     if (enter && entry.kind == pf::EntryKind::kDirectory) {
-      if (!Walk(root + "/" + entry.name, relative, enter, context, visit)) return false;
+      if (!Walk(root + "/" + entry.name, relative, enter, visit)) return false;
     }
   }
   return true;
 }
 
-struct ListingContext {
-  const tavrin_ustring* directory_as_given;
-  const tavrin_ustring* directory_expanded;
-  bool recursive;
-  std::vector<tavrin_ustring>* out;
-};
-
-bool ListingVisit(void* raw, const tavrin_ustring& relative, const pf::DirectoryEntry& entry) {
-  auto* ctx = static_cast<ListingContext*>(raw);
-  bool listed = false;
+// Whether a listing shows `entry`: regular files; folders only when not
+// recursing; links whose target exists and is not a folder, the target tried
+// as given (relative to the working directory) and then joined to the listed
+// folder (never to the link's own sub-folder).
+bool IsListed(const pf::DirectoryEntry& entry, const tavrin_ustring& listed_directory,
+              bool recursive) {
   switch (entry.kind) {
     case pf::EntryKind::kFile:
-      listed = true;
-      break;
+      return true;
     case pf::EntryKind::kDirectory:
-      listed = !ctx->recursive;
-      break;
+      return !recursive;
     case pf::EntryKind::kSymlink: {
-      // The target as given (relative to the working directory), else joined
-      // to the listed directory; listed when it exists and is not a folder.
       std::string target = entry.link_target;
-      if (!target.empty() && !pf::PathExists(target)) {
-        tavrin_ustring joined = AppendToPath(*ctx->directory_expanded, Text(target));
-        target = Bytes(joined);
-      }
-      listed = pf::PathExists(target) && !pf::PathIsDirectory(target);
-      break;
+      if (!target.empty() && !pf::PathExists(target))
+        target = Bytes(AppendToPath(listed_directory, Text(target)));
+      return pf::PathExists(target) && !pf::PathIsDirectory(target);
     }
     default:
-      break;
+      return false;
   }
-  if (listed) ctx->out->push_back(AppendToPath(*ctx->directory_as_given, relative));
-  return true;
-}
-
-struct FindContext {
-  const tavrin_ustring* name;
-  tavrin_ustring relative;
-  bool found;
-};
-
-bool FindVisit(void* raw, const tavrin_ustring& relative, const pf::DirectoryEntry& entry) {
-  auto* ctx = static_cast<FindContext*>(raw);
-  if (Text(entry.name) == *ctx->name) {
-    ctx->relative = relative;
-    ctx->found = true;
-    return false;
-  }
-  return true;
 }
 
 // True when `name` holds a ".." component ("/" and "\" both separate).
@@ -387,8 +355,11 @@ void GetDirectoryContents(const tavrin_ustring& directory, std::vector<tavrin_us
   tavrin_ustring expanded = ExpandListingTilde(directory);
   std::string root = Bytes(expanded);
   if (!pf::PathIsDirectory(root)) return;
-  ListingContext ctx{&directory, &expanded, recursive, &out};
-  Walk(root, tavrin_ustring(), recursive, &ctx, &ListingVisit);
+  auto visit = [&](const tavrin_ustring& relative, const pf::DirectoryEntry& entry) {
+    if (IsListed(entry, expanded, recursive)) out.push_back(AppendToPath(directory, relative));
+    return true;
+  };
+  Walk(root, tavrin_ustring(), recursive, visit);
 }
 
 void GetFilesInDirectory(const tavrin_ustring& directory, const tavrin_ustring& extension,
@@ -435,10 +406,14 @@ bool FindFile(const tavrin_ustring& directory, const tavrin_ustring& name, tavri
     found = direct;
     return true;
   }
-  FindContext ctx{&name, tavrin_ustring(), false};
-  Walk(Bytes(expanded), tavrin_ustring(), true, &ctx, &FindVisit);
-  if (!ctx.found) return false;
-  found = directory + "/" + ctx.relative;
+  tavrin_ustring match;
+  auto visit = [&](const tavrin_ustring& relative, const pf::DirectoryEntry& entry) {
+    if (Text(entry.name) != name) return true;
+    match = relative;
+    return false;  // the first match ends the walk
+  };
+  if (Walk(Bytes(expanded), tavrin_ustring(), true, visit)) return false;
+  found = directory + "/" + match;
   return true;
 }
 

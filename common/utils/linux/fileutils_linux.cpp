@@ -780,8 +780,11 @@ std::string MachineApplicationDataDirectory() {
 
 std::string ApplicationIdentifier() {
   const char* name = g_get_prgname();
-  if (name && *name) return name;
-  return "Wirelume";
+  if (!name || !*name) return "Wirelume";
+  // Used as one folder name: a "/" in it must not make a path.
+  std::string id(name);
+  std::replace(id.begin(), id.end(), '/', '_');
+  return id;
 }
 
 std::string ApplicationResourceDirectory() {

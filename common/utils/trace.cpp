@@ -41,16 +41,6 @@ void WriteToStandardError(const tavrin_ustring& text) {
   std::fflush(stderr);
 }
 
-tavrin_ustring CopyFormatWithoutArguments(const tavrin_ustring& text) {
-  tavrin_ustring out;
-  out.reserve(text.size());
-  for (tavrin_ustring::size_type i = 0; i < text.size(); ++i) {
-    out.push_back(text[i]);
-    if (text[i] == '%' && i + 1 < text.size() && text[i + 1] == '%') ++i;
-  }
-  return out;
-}
-
 void SetTraceDirectoryForTesting(const tavrin_ustring& directory) {
   TraceFileState& state = State();
   std::lock_guard<std::mutex> lock(state.mutex);

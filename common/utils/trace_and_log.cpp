@@ -5,6 +5,7 @@
 
 #include "common/utils/filelogger.h"
 #include "common/utils/internal/diagnostics_internal.h"
+#include "common/utils/internal/format_internal.h"
 #include "common/utils/ustring.h"
 
 namespace tavrin::utils {
@@ -18,7 +19,7 @@ void TraceAndLog(const char* format, ...) {
   va_end(args);
   // The logger and the trace each format the text a second time, without
   // arguments: only "%%" changes; no argument is ever read.
-  tavrin_ustring second = internal::CopyFormatWithoutArguments(text);
+  tavrin_ustring second = detail::FormatWithoutArguments(text);
   internal::WriteLogText(second);
   internal::WriteToStandardError(second);
 }

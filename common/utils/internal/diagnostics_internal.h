@@ -18,10 +18,4 @@ void WriteToStandardError(const tavrin_ustring& text);
 // formatting); nothing when the logger is not initialised.
 void WriteLogText(const tavrin_ustring& text);
 
-// The no-argument reading of a format: each "%%" becomes "%" and everything
-// else, any other conversion included, is copied as it stands; no argument is
-// read. This is what a formatted text goes through when it is formatted a
-// second time without arguments.
-tavrin_ustring CopyFormatWithoutArguments(const tavrin_ustring& text);
-
 }  // namespace tavrin::utils::internal

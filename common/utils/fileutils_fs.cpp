@@ -418,7 +418,9 @@ bool FindFile(const tavrin_ustring& directory, const tavrin_ustring& name, tavri
 }
 
 tavrin_ustring GetCurrentWorkingDirectory() {
-  return Text(pf::CurrentDirectory());
+  std::string cwd;
+  if (!pf::GetWorkingDirectory(cwd)) return tavrin_ustring();
+  return Text(cwd);
 }
 
 bool SetCurrentWorkingDirectory(const tavrin_ustring& path) {

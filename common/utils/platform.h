@@ -178,8 +178,6 @@ bool ReadRegularFile(const std::string& path, std::string& out);
 // standing at `path`, and renames the temporary over `path`. The old content
 // survives any failure. False on failure.
 bool WriteFileAtomically(const std::string& path, const void* bytes, std::size_t length);
-// getcwd with a growing buffer; "" when it fails.
-std::string CurrentDirectory();
 // chdir; false when it fails.
 bool ChangeDirectory(const std::string& path);
 

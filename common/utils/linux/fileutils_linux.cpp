@@ -667,15 +667,6 @@ bool WriteFileAtomically(const std::string& path, const void* bytes, std::size_t
   return true;
 }
 
-std::string CurrentDirectory() {
-  std::vector<char> buf(1024);
-  for (;;) {
-    if (::getcwd(buf.data(), buf.size())) return std::string(buf.data());
-    if (errno != ERANGE || buf.size() >= (1u << 24)) return {};
-    buf.resize(buf.size() * 2);
-  }
-}
-
 bool ChangeDirectory(const std::string& path) {
   return ::chdir(path.c_str()) == 0;
 }

@@ -72,7 +72,7 @@ bool LegalSequence(const UTF8* s, int length) {
       case 0xF4:
         // Only the upper bound: the older reference rule, kept by the
         // library, lets a byte below 0x80 through here (F4 7A 90 80 decodes
-        // to U+FAA00).
+        // to U+FA400).
         if (b > 0x8F) return false;
         break;
       default:

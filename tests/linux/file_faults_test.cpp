@@ -83,14 +83,17 @@ int RunInChild(F body) {
   return WEXITSTATUS(status);
 }
 
+// Unused source and type arguments of mount(2) are given as "none" rather
+// than null, so memory checkers do not read them as bad pointers.
+//
 // In a child: a private mount namespace in which `dir` is a fresh tmpfs of
 // `bytes` bytes (read-only when asked). False when the machine refuses.
 bool MountPrivateTmpfs(const std::string& dir, std::size_t bytes, bool read_only) {
   if (::unshare(CLONE_NEWNS) != 0) return false;
-  if (::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) return false;
+  if (::mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) != 0) return false;
   const std::string options = "size=" + std::to_string(bytes);
   if (::mount("tmpfs", dir.c_str(), "tmpfs", 0, options.c_str()) != 0) return false;
-  if (read_only && ::mount(nullptr, dir.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr) != 0)
+  if (read_only && ::mount("tmpfs", dir.c_str(), "tmpfs", MS_REMOUNT | MS_RDONLY, nullptr) != 0)
     return false;
   return true;
 }
@@ -101,9 +104,9 @@ bool MountPrivateTmpfs(const std::string& dir, std::size_t bytes, bool read_only
 bool MakeUnwritable(const std::string& dir) {
   if (::geteuid() != 0) return ::chmod(dir.c_str(), 0555) == 0;
   if (::unshare(CLONE_NEWNS) != 0) return false;
-  if (::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) return false;
-  if (::mount(dir.c_str(), dir.c_str(), nullptr, MS_BIND, nullptr) != 0) return false;
-  return ::mount(nullptr, dir.c_str(), nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr) == 0;
+  if (::mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) != 0) return false;
+  if (::mount(dir.c_str(), dir.c_str(), "none", MS_BIND, nullptr) != 0) return false;
+  return ::mount("none", dir.c_str(), "none", MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr) == 0;
 }
 
 // --- Atomic writes that fail. ---------------------------------------------
@@ -205,7 +208,7 @@ TEST(FileFaultsTest, ReadOnlyFileSystemKeepsTheOldContent) {
   const int code = RunInChild([&] {
     if (!MountPrivateTmpfs(dir, 64 * 1024, false)) return kChildSkip;
     if (!WriteFile(dir + "/data.bin", "old content")) return 2;
-    if (::mount(nullptr, dir.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr) != 0)
+    if (::mount("tmpfs", dir.c_str(), "tmpfs", MS_REMOUNT | MS_RDONLY, nullptr) != 0)
       return kChildSkip;
     const std::string bytes = "new";
     if (tu::WriteBufferToFile(bytes.data(), bytes.size(), U(dir + "/data.bin"))) return 3;

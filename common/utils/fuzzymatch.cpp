@@ -1,0 +1,210 @@
+// fuzzymatch.cpp - the recursive scoring core, FuzzyMatch and FuzzySearch.
+#include "common/utils/fuzzymatch.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+#include <string>
+
+#include "common/utils/convertutf.h"
+#include "common/utils/internal/fuzzymatch_internal.h"
+
+namespace fts::fuzzy_internal {
+namespace {
+
+// Room of every position array: positions are single bytes, one per matched
+// pattern letter.
+constexpr int kPositions = 256;
+
+constexpr int kStartScore = 100;
+constexpr int kSequentialBonus = 15;
+constexpr int kSeparatorBonus = 30;
+constexpr int kCamelBonus = 30;
+constexpr int kFirstLetterBonus = 15;
+constexpr int kLeadingLetterPenalty = -5;
+constexpr int kMaxLeadingLetterPenalty = -15;
+constexpr int kUnmatchedLetterPenalty = -1;
+
+// The C library's character functions on one byte, taken as unsigned char so
+// that bytes of 0x80 and above stay inside their domain.
+inline int Lower(char c) {
+  return std::tolower(static_cast<unsigned char>(c));
+}
+inline bool IsLower(char c) {
+  return std::islower(static_cast<unsigned char>(c)) != 0;
+}
+inline bool IsUpper(char c) {
+  return std::isupper(static_cast<unsigned char>(c)) != 0;
+}
+
+// The score of one complete placement of `count` letters at `matches` in the
+// text starting at `begin`.
+int ScorePlacement(const char* begin, const unsigned char* matches, int count) {
+  int score = kStartScore;
+  const int penalty = std::max(kLeadingLetterPenalty * matches[0], kMaxLeadingLetterPenalty);
+  score += penalty;
+  const int unmatched = static_cast<int>(std::strlen(begin)) - count;
+  score += kUnmatchedLetterPenalty * unmatched;
+  for (int i = 0; i < count; ++i) {
+    const int index = matches[i];
+    if (i > 0 && index == matches[i - 1] + 1) score += kSequentialBonus;
+    if (index > 0) {
+      const char neighbour = begin[index - 1];
+      const char current = begin[index];
+      if (IsLower(neighbour) && IsUpper(current)) score += kCamelBonus;
+      if (neighbour == '_' || neighbour == ' ') score += kSeparatorBonus;
+    } else {
+      score += kFirstLetterBonus;
+    }
+  }
+  return score;
+}
+
+}  // namespace
+
+bool fuzzy_match_recursive(const char* pattern, const char* str, int& outScore,
+                           const char* strBegin, const unsigned char* srcMatches,
+                           unsigned char* matches, int maxMatches, int nextMatch,
+                           int& recursionCount, int recursionLimit) {
+  ++recursionCount;
+  if (recursionCount >= recursionLimit) return false;
+  if (*pattern == '\0' || *str == '\0') return false;
+
+  bool recursive_match = false;
+  unsigned char best_recursive_matches[kPositions];
+  int best_recursive_score = 0;
+  bool first_match = true;
+
+  while (*pattern != '\0' && *str != '\0') {
+    if (Lower(*pattern) == Lower(*str)) {
+      if (nextMatch >= maxMatches) return false;
+      if (first_match && srcMatches != nullptr) {
+        std::memcpy(matches, srcMatches, static_cast<std::size_t>(nextMatch));
+        first_match = false;
+      }
+      // Explore leaving this letter for a later occurrence of it.
+      unsigned char recursive_matches[kPositions];
+      int recursive_score = 0;
+      if (fuzzy_match_recursive(pattern, str + 1, recursive_score, strBegin, matches,
+                                recursive_matches, kPositions, nextMatch, recursionCount,
+                                recursionLimit)) {
+        if (!recursive_match || recursive_score > best_recursive_score) {
+          std::memcpy(best_recursive_matches, recursive_matches, kPositions);
+          best_recursive_score = recursive_score;
+        }
+        recursive_match = true;
+      }
+      matches[nextMatch++] = static_cast<unsigned char>(str - strBegin);
+      ++pattern;
+    }
+    ++str;
+  }
+
+  const bool matched = *pattern == '\0';
+  if (matched) outScore = ScorePlacement(strBegin, matches, nextMatch);
+
+  if (recursive_match && (!matched || best_recursive_score > outScore)) {
+    const int copy = std::clamp(maxMatches, 0, kPositions);
+    std::memcpy(matches, best_recursive_matches, static_cast<std::size_t>(copy));
+    outScore = best_recursive_score;
+    return true;
+  }
+  return matched;
+}
+
+}  // namespace fts::fuzzy_internal
+
+namespace tavrin::utils {
+namespace {
+
+// How the library runs the core: one position per pattern letter, at most
+// 256 letters, at most ten calls per text.
+constexpr int kMaxLetters = 256;
+constexpr int kRecursionLimit = 10;
+
+// Whether the letters of `pattern` occur in `text` in order (compared as the
+// matcher compares them) and there are at most 256 of them. The matcher's
+// own first placement is this greedy scan, so it matches exactly when this
+// holds; checking first spares its recursion on texts that cannot match.
+bool CanMatch(const char* text, const char* pattern) {
+  int letters = 0;
+  while (*pattern != '\0') {
+    const int wanted = std::tolower(static_cast<unsigned char>(*pattern));
+    while (*text != '\0' && std::tolower(static_cast<unsigned char>(*text)) != wanted) ++text;
+    if (*text == '\0') return false;
+    if (++letters > kMaxLetters) return false;
+    ++text;
+    ++pattern;
+  }
+  return true;
+}
+
+// Converts `s` to UTF-8 into `buffer` (reused between calls) and returns the
+// zero-terminated bytes; the same bytes as s.utf8().
+const char* ToUtf8(const tavrin_ustring& s, std::string& buffer) {
+  buffer.clear();
+  if (s.empty()) return buffer.c_str();
+  const UTF16* begin = s.data();
+  const UTF16* end = begin + s.size();
+  const int n = SizeNeededForUTF8(begin, end, lenientConversion);
+  if (n <= 0) return buffer.c_str();
+  buffer.resize(static_cast<std::size_t>(n));
+  UTF8* dst = reinterpret_cast<UTF8*>(buffer.data());
+  ConvertUTF16toUTF8(&begin, end, &dst, dst + n, lenientConversion);
+  buffer.resize(static_cast<std::size_t>(reinterpret_cast<char*>(dst) - buffer.data()));
+  return buffer.c_str();
+}
+
+}  // namespace
+
+namespace detail {
+
+int FuzzyMatchUtf8(const char* text, const char* pattern) {
+  if (text == nullptr || pattern == nullptr || *text == '\0' || *pattern == '\0') return 0;
+  if (!CanMatch(text, pattern)) return 0;
+  int score = 0;
+  int recursion_count = 0;
+  unsigned char matches[kMaxLetters] = {};
+  if (!fts::fuzzy_internal::fuzzy_match_recursive(pattern, text, score, text, nullptr, matches,
+                                                  kMaxLetters, 0, recursion_count, kRecursionLimit))
+    return 0;
+  return score;
+}
+
+}  // namespace detail
+
+int FuzzyMatch(const tavrin_ustring& text, const tavrin_ustring& pattern) {
+  const std::string text8 = text.utf8();
+  const std::string pattern8 = pattern.utf8();
+  return detail::FuzzyMatchUtf8(text8.c_str(), pattern8.c_str());
+}
+
+std::vector<SearchResult> FuzzySearch(const std::vector<Searchable>& items,
+                                      const tavrin_ustring& pattern) {
+  std::vector<SearchResult> results;
+  const std::string pattern8 = pattern.utf8();
+  if (pattern8.empty()) return results;
+  std::string text8;  // one buffer for every text
+  for (const Searchable& item : items) {
+    const int score = detail::FuzzyMatchUtf8(ToUtf8(item.text, text8), pattern8.c_str());
+    if (score != 0) results.push_back(SearchResult{item, score});
+  }
+
+  std::stable_sort(results.begin(), results.end(),
+                   [](const SearchResult& a, const SearchResult& b) {
+                     if (a.key != b.key) return a.key < b.key;
+                     return a.score > b.score;
+                   });
+  results.erase(
+      std::unique(results.begin(), results.end(),
+                  [](const SearchResult& a, const SearchResult& b) { return a.key == b.key; }),
+      results.end());
+  std::stable_sort(results.begin(), results.end(),
+                   [](const SearchResult& a, const SearchResult& b) {
+                     if (a.score != b.score) return a.score > b.score;
+                     return a.order < b.order;
+                   });
+  return results;
+}
+
+}  // namespace tavrin::utils

@@ -342,4 +342,33 @@ TEST_F(FeatureSwitchManagerTest, ToggleOfUnsupportedNameLeavesItOff) {
   EXPECT_EQ(FeatureSwitchManager::Default(), nullptr);
 }
 
+// --- The tavrin tool ------------------------------------------------------------------------
+
+TEST_F(FeatureSwitchManagerTest, ToolPrintsDumpAndUnsupportedNames) {
+  const std::string tool = tavrin::test::ToolPath();
+  if (tool.empty()) GTEST_SKIP() << "the tavrin tool is not built";
+  const std::string dir = tavrin::test::FreshDir("features-tool");
+  ASSERT_TRUE(tavrin::test::WriteFile(dir + "/req.txt", "# c\r\nb\r\n !a \r\na\r\nzz\r\n"));
+  ASSERT_TRUE(tavrin::test::WriteFile(dir + "/sup.txt", "# known\na\nb\nc\n"));
+  std::string out;
+  EXPECT_EQ(
+      tavrin::test::RunShell(
+          "'" + tool + "' features '" + dir + "/req.txt' --supported '" + dir + "/sup.txt'", &out),
+      1);
+  EXPECT_EQ(out,
+            "\nAll Supported Feature Switches:\n==========\na\nb\nc\n"
+            "\nFeatures Enabled for this Launch:\n==========\nb\n\n"
+            "Requested but Not Supported:\n==========\nzz\n");
+  // Without a supported list every requested name is supported.
+  ASSERT_TRUE(tavrin::test::WriteFile(dir + "/ok.txt", "x\ny\n!y\n"));
+  EXPECT_EQ(tavrin::test::RunShell("'" + tool + "' features - < '" + dir + "/ok.txt'", &out), 0);
+  EXPECT_EQ(out,
+            "\nAll Supported Feature Switches:\n==========\nx\ny\n"
+            "\nFeatures Enabled for this Launch:\n==========\nx\n\n"
+            "Requested but Not Supported:\n==========\n");
+  EXPECT_EQ(tavrin::test::RunShell("'" + tool + "' features 2>/dev/null"), 2);
+  EXPECT_EQ(tavrin::test::RunShell("'" + tool + "' features a b 2>/dev/null"), 2);
+  EXPECT_EQ(tavrin::test::RunShell("'" + tool + "' features '" + dir + "/missing' 2>/dev/null"), 1);
+}
+
 }  // namespace

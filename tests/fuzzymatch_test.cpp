@@ -384,4 +384,88 @@ TEST(FuzzySearchTest, AgreesWithFuzzyMatchOnRandomItems) {
   for (unsigned k = 0; k < 500; ++k) EXPECT_EQ(seen[k], best[k] > 0) << "key " << k;
 }
 
+// --- The tavrin tool ------------------------------------------------------------------------
+
+// Splits tool output "score\tline\n..." into pairs.
+std::vector<std::pair<int, std::string>> ParseScored(const std::string& out) {
+  std::vector<std::pair<int, std::string>> rows;
+  std::size_t pos = 0;
+  while (pos < out.size()) {
+    const std::size_t tab = out.find('\t', pos);
+    const std::size_t nl = out.find('\n', pos);
+    if (tab == std::string::npos || nl == std::string::npos || tab > nl) break;
+    rows.emplace_back(std::stoi(out.substr(pos, tab - pos)), out.substr(tab + 1, nl - tab - 1));
+    pos = nl + 1;
+  }
+  return rows;
+}
+
+TEST(FuzzySearchTest, ToolRanksLikeFuzzySearch) {
+  const std::string tool = tavrin::test::ToolPath();
+  if (tool.empty()) GTEST_SKIP() << "the tavrin tool is not built";
+  const std::uint32_t seed = tavrin::test::TestSeed();
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  std::mt19937 rng(seed);
+  // Enough lines (over 1 MB) that the tool splits the work between threads;
+  // CRLF endings, empty lines, invalid UTF-8, encoded surrogates, and a last
+  // line without "\n".
+  std::string file;
+  std::vector<std::string> lines;
+  const char* pieces[] = {"mesh", "Edge",     "_",    " ",           "loop",
+                          "x",    "\xC3\xA9", "\xFF", "\xED\xA0\x80"};
+  for (int i = 0; i < 60000; ++i) {
+    std::string line;
+    const int n = static_cast<int>(rng() % 6);
+    for (int k = 0; k < n; ++k) line += pieces[rng() % 9];
+    lines.push_back(line);
+    file += line;
+    if (i + 1 < 60000) file += rng() % 4 == 0 ? "\r\n" : "\n";
+  }
+  const std::string dir = tavrin::test::FreshDir("fuzzy-tool");
+  ASSERT_TRUE(tavrin::test::WriteFile(dir + "/lines.txt", file));
+  std::vector<Searchable> items;
+  for (std::size_t i = 0; i < lines.size(); ++i) items.push_back({tavrin_ustring(lines[i]), i, i});
+  for (const char* pattern : {"me", "el", "lx", "mesh_edge"}) {
+    SCOPED_TRACE(pattern);
+    std::string out;
+    const int status = tavrin::test::RunShell(
+        "'" + tool + "' fuzzy --scores " + pattern + " '" + dir + "/lines.txt'", &out);
+    const std::vector<SearchResult> expected = FuzzySearch(items, tavrin_ustring(pattern));
+    EXPECT_EQ(status, expected.empty() ? 1 : 0);
+    const auto rows = ParseScored(out);
+    ASSERT_EQ(rows.size(), expected.size());
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+      ASSERT_EQ(rows[i].first, expected[i].score) << "row " << i;
+      ASSERT_EQ(rows[i].second, lines[expected[i].key]) << "row " << i;
+    }
+  }
+}
+
+TEST(FuzzySearchTest, ToolOptionsAndInput) {
+  const std::string tool = tavrin::test::ToolPath();
+  if (tool.empty()) GTEST_SKIP() << "the tavrin tool is not built";
+  const std::string dir = tavrin::test::FreshDir("fuzzy-tool-options");
+  ASSERT_TRUE(tavrin::test::WriteFile(dir + "/n.txt", "xabc\ncab\nabc\na_b_c\nabcx"));
+  std::string out;
+  EXPECT_EQ(tavrin::test::RunShell("'" + tool + "' fuzzy abc < '" + dir + "/n.txt'", &out), 0);
+  EXPECT_EQ(out, "a_b_c\nabc\nabcx\nxabc\n");
+  EXPECT_EQ(tavrin::test::RunShell(
+                "'" + tool + "' fuzzy abc --limit 2 --scores - < '" + dir + "/n.txt'", &out),
+            0);
+  EXPECT_EQ(out, "173\ta_b_c\n145\tabc\n");
+  EXPECT_EQ(tavrin::test::RunShell("'" + tool + "' fuzzy abc --limit=0 '" + dir + "/n.txt'", &out),
+            0);
+  EXPECT_EQ(out, "");
+  EXPECT_EQ(tavrin::test::RunShell("'" + tool + "' fuzzy zzz '" + dir + "/n.txt'", &out), 1);
+  EXPECT_EQ(out, "");
+  EXPECT_EQ(tavrin::test::RunShell("'" + tool + "' fuzzy '' '" + dir + "/n.txt'", &out), 1);
+  EXPECT_EQ(tavrin::test::RunShell("printf '' | '" + tool + "' fuzzy abc", &out), 1);
+  EXPECT_EQ(tavrin::test::RunShell("'" + tool + "' fuzzy abc '" + dir + "/missing' 2>/dev/null"),
+            1);
+  EXPECT_EQ(tavrin::test::RunShell("'" + tool + "' fuzzy 2>/dev/null"), 2);
+  EXPECT_EQ(tavrin::test::RunShell("'" + tool + "' fuzzy a b c 2>/dev/null"), 2);
+  EXPECT_EQ(tavrin::test::RunShell("'" + tool + "' fuzzy a --limit x 2>/dev/null"), 2);
+  EXPECT_EQ(tavrin::test::RunShell("'" + tool + "' fuzzy $(printf 'a\\377') 2>/dev/null"), 2);
+}
+
 }  // namespace

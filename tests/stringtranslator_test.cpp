@@ -1,0 +1,260 @@
+// Tests of string tables: every line form, the escapes, the closing-quote
+// rule, error records, merging and lookups; files in UTF-8 and UTF-16; and
+// the Localization entry points.
+#include "common/utils/stringtranslator.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <vector>
+
+#include "common/utils/internal/stringtable_internal.h"
+#include "tests/test_support.h"
+
+namespace {
+
+using tavrin::utils::tavrin_ustring;
+using tavrin::utils::detail::ParseStringTableLine;
+using tavrin::utils::detail::StringTableAccess;
+using tavrin::utils::detail::StringTableLine;
+
+// Feeds `lines` (UTF-8, each with whatever line break it carries) to the
+// loader as a file reader would.
+void Load(StringTranslator& t, const std::vector<std::string>& lines,
+          std::vector<StringTableParseError>* errors) {
+  std::size_t next = 0;
+  StringTableAccess::ReadLines(
+      t,
+      [&](tavrin_ustring* line) {
+        if (next == lines.size()) return false;
+        *line = tavrin_ustring(lines[next++]);
+        return true;
+      },
+      errors);
+}
+
+// The translation of `key`, or "<none>" when there is none.
+std::string Get(const StringTranslator& t, const std::string& key) {
+  tavrin_ustring out;
+  if (!t.LookupString(tavrin_ustring(key), &out)) return "<none>";
+  return out.utf8();
+}
+
+// Parses one line; "<ignored>" or "<rejected>" for lines without an entry.
+std::string Parse(const std::string& line) {
+  tavrin_ustring key, value;
+  switch (ParseStringTableLine(tavrin_ustring(line), &key, &value)) {
+    case StringTableLine::kIgnored:
+      return "<ignored>";
+    case StringTableLine::kRejected:
+      return "<rejected>";
+    case StringTableLine::kEntry:
+      break;
+  }
+  return "[" + key.utf8() + "]=[" + value.utf8() + "]";
+}
+
+// --- Line forms ------------------------------------------------------------------------
+
+TEST(StringTranslatorTest, EntryLineForms) {
+  EXPECT_EQ(Parse("\"Open\" = \"Ouvrir\";"), "[Open]=[Ouvrir]");
+  EXPECT_EQ(Parse("\"Open\" \"Ouvrir\""), "[Open]=[Ouvrir]");
+  EXPECT_EQ(Parse("\"Open\"\"Ouvrir\""), "[Open]=[Ouvrir]");
+  EXPECT_EQ(Parse("\"Open\" = \"Ouvrir\"; // menu item\n"), "[Open]=[Ouvrir]");
+  // Anything between and after the strings is skipped, quotes included.
+  EXPECT_EQ(Parse("\"a\" junk \"b\" more \"c\""), "[a]=[b]");
+  EXPECT_EQ(Parse("\"\" = \"empty key\""), "[]=[empty key]");
+  EXPECT_EQ(Parse("\"k\" = \"\""), "[k]=[]");
+  EXPECT_EQ(Parse("\"Fen\xC3\xAAtre\" = \"\xE7\xAA\x97\xE5\x8F\xA3 \xF0\x9F\xAA\x9F\""),
+            "[Fen\xC3\xAAtre]=[\xE7\xAA\x97\xE5\x8F\xA3 \xF0\x9F\xAA\x9F]");
+}
+
+TEST(StringTranslatorTest, IgnoredLines) {
+  EXPECT_EQ(Parse(""), "<ignored>");
+  EXPECT_EQ(Parse("\n"), "<ignored>");
+  EXPECT_EQ(Parse("// comment \"a\" = \"b\""), "<ignored>");
+  EXPECT_EQ(Parse("/* \"a\" = \"b\" */"), "<ignored>");
+  // The quote must be the very first character.
+  EXPECT_EQ(Parse(" \"a\" = \"b\";"), "<ignored>");
+  EXPECT_EQ(Parse("\t\"a\" = \"b\";"), "<ignored>");
+  EXPECT_EQ(Parse("Open = Ouvrir"), "<ignored>");
+}
+
+TEST(StringTranslatorTest, RejectedLines) {
+  EXPECT_EQ(Parse("\"Open\" = Ouvrir"), "<rejected>");        // no translation quote
+  EXPECT_EQ(Parse("\"Open"), "<rejected>");                   // key never closes
+  EXPECT_EQ(Parse("\"Open\""), "<rejected>");                 // no translation
+  EXPECT_EQ(Parse("\"Open\" = \"Ouvrir"), "<rejected>");      // translation never closes
+  EXPECT_EQ(Parse("\"Open\" = \"Ouvrir\\\""), "<rejected>");  // its last quote is escaped
+  EXPECT_EQ(Parse("\"Open\" = \"Ouvrir\\\"\""), "[Open]=[Ouvrir\"]");
+  EXPECT_EQ(Parse("\""), "<rejected>");
+  EXPECT_EQ(Parse("\"\n"), "<rejected>");
+}
+
+TEST(StringTranslatorTest, ClosingQuoteIsTheFirstUnescapedOne) {
+  EXPECT_EQ(Parse("\"Say \\\"hi\\\"\" = \"Dis \\\"salut\\\"\""), "[Say \"hi\"]=[Dis \"salut\"]");
+  // A backslash before the would-be closing quote hides it even when the
+  // backslash is itself escaped: the key runs on to the next quote, and the
+  // translation then has no closing quote.
+  EXPECT_EQ(Parse("\"C:\\\\\" = \"x\""), "<rejected>");
+  // With one more quote the same line parses, into a surprising pair: the
+  // key ends at the quote before x (and its backslash-quote is unescaped),
+  // the translation is the blank between the next two quotes.
+  EXPECT_EQ(Parse("\"C:\\\\\" = \"x\" \"y\""), "[C:\\\" = ]=[ ]");
+}
+
+TEST(StringTranslatorTest, ExactlyFourEscapes) {
+  EXPECT_EQ(Parse("\"Line\\nbreak\" = \"A\\tB\""), "[Line\nbreak]=[A\tB]");
+  EXPECT_EQ(Parse("\"cr\\r\" = \"\\r\\n\""), "[cr\r]=[\r\n]");
+  // A doubled backslash stays two backslashes; so does any other escape.
+  EXPECT_EQ(Parse("\"C:\\\\dir\" = \"x\""), "[C:\\\\dir]=[x]");
+  EXPECT_EQ(Parse("\"a\\qb\\u00e9\" = \"\\0x\""), "[a\\qb\\u00e9]=[\\0x]");
+  // The backslash of an escaped backslash still starts the next escape.
+  EXPECT_EQ(Parse("\"a\\\\n\" = \"b\""), "[a\\\n]=[b]");
+  // A trailing lone backslash before the closing quote cannot exist (the
+  // quote would be escaped); one before other text stays.
+  EXPECT_EQ(Parse("\"end\\ \" = \"v\\\\t\""), "[end\\ ]=[v\\\t]");
+}
+
+// Unescapes in one left-to-right pass: the four escapes, every other
+// backslash literal. Equivalent to the loader's four replacements in order
+// because no replacement produces a backslash.
+std::string ReferenceUnescape(const std::string& s) {
+  std::string out;
+  for (std::size_t i = 0; i < s.size(); ++i) {
+    if (s[i] == '\\' && i + 1 < s.size()) {
+      const char n = s[i + 1];
+      const char* rep = n == 'r'   ? "\r"
+                        : n == 'n' ? "\n"
+                        : n == 't' ? "\t"
+                        : n == '"' ? "\""
+                                   : nullptr;
+      if (rep != nullptr) {
+        out += rep;
+        ++i;
+        continue;
+      }
+    }
+    out += s[i];
+  }
+  return out;
+}
+
+TEST(StringTranslatorTest, RandomLinesAgreeWithCharacterScan) {
+  const std::uint32_t seed = tavrin::test::TestSeed();
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  std::mt19937 rng(seed);
+  const std::string alphabet = "\"\"\"\\\\\\rntqa =;";
+  int entries = 0, rejected = 0;
+  for (int round = 0; round < 20000; ++round) {
+    std::string line = rng() % 8 ? "\"" : "";
+    const std::size_t len = rng() % 14;
+    for (std::size_t i = 0; i < len; ++i) line += alphabet[rng() % alphabet.size()];
+    SCOPED_TRACE("line '" + line + "'");
+    // Scan: quote positions by the rule, found by walking characters.
+    std::vector<std::size_t> quotes;
+    if (!line.empty() && line[0] == '"') {
+      quotes.push_back(0);
+      for (std::size_t i = 1; i < line.size() && quotes.size() < 4; ++i) {
+        if (line[i] != '"') continue;
+        const bool closing = quotes.size() % 2 == 1;
+        if (closing && line[i - 1] == '\\') continue;
+        quotes.push_back(i);
+      }
+    }
+    std::string expected;
+    if (quotes.empty()) {
+      expected = "<ignored>";
+    } else if (quotes.size() < 4) {
+      expected = "<rejected>";
+      ++rejected;
+    } else {
+      expected = "[" + ReferenceUnescape(line.substr(1, quotes[1] - 1)) + "]=[" +
+                 ReferenceUnescape(line.substr(quotes[2] + 1, quotes[3] - quotes[2] - 1)) + "]";
+      ++entries;
+    }
+    ASSERT_EQ(Parse(line), expected);
+  }
+  EXPECT_GT(entries, 1000);
+  EXPECT_GT(rejected, 1000);
+}
+
+// --- Loading lines ----------------------------------------------------------------------------
+
+TEST(StringTranslatorTest, LoadsEntriesAndReportsEachRejectedLineOnce) {
+  StringTranslator t;
+  std::vector<StringTableParseError> errors;
+  Load(t,
+       {"// French menu\n", "\n", "\"Open\" = \"Ouvrir\";\n", "\"Close\" = Fermer;\n",
+        "\"Save\" \"Enregistrer\"\r\n", "  \"Indented\" = \"x\";\n", "\"Quit\n",
+        "\"Open\" = \"Ouvrir (bis)\";\n", "\"Help\" = \"Aide\""},
+       &errors);
+  EXPECT_EQ(StringTableAccess::Size(t), 3u);
+  EXPECT_EQ(Get(t, "Open"), "Ouvrir");  // the first definition wins
+  EXPECT_EQ(Get(t, "Save"), "Enregistrer");
+  EXPECT_EQ(Get(t, "Help"), "Aide");
+  EXPECT_EQ(Get(t, "Close"), "<none>");
+  EXPECT_EQ(Get(t, "Indented"), "<none>");
+  ASSERT_EQ(errors.size(), 2u);
+  EXPECT_TRUE(errors[0].text == "\"Close\" = Fermer;\n");
+  EXPECT_EQ(errors[0].lineNumber, 4);
+  EXPECT_TRUE(errors[1].text == "\"Quit\n");
+  EXPECT_EQ(errors[1].lineNumber, 7);
+}
+
+TEST(StringTranslatorTest, ErrorListIsOptionalAndAppendedTo) {
+  StringTranslator t;
+  Load(t, {"\"bad\n", "\"a\" = \"1\"\n"}, nullptr);
+  EXPECT_EQ(Get(t, "a"), "1");
+  std::vector<StringTableParseError> errors = {{tavrin_ustring("earlier"), 99}};
+  Load(t, {"\"x\" = \"y\"\n", "\"z\" =\n", "\"b\" = \"2\"\n", "\"w\r\n"}, &errors);
+  ASSERT_EQ(errors.size(), 3u);
+  EXPECT_EQ(errors[0].lineNumber, 99);  // kept
+  EXPECT_EQ(errors[1].lineNumber, 2);   // each load counts from 1
+  EXPECT_TRUE(errors[2].text == "\"w\r\n");
+  EXPECT_EQ(errors[2].lineNumber, 4);
+}
+
+TEST(StringTranslatorTest, SecondLoadMergesAndKeepsFirstDefinitions) {
+  StringTranslator t;
+  Load(t, {"\"Open\" = \"Ouvrir\"\n", "\"Cut\" = \"Couper\"\n"}, nullptr);
+  Load(t,
+       {"\"Open\" = \"\xC3\x96"
+        "ffnen\"\n",
+        "\"Paste\" = \"Einf\xC3\xBCgen\"\n"},
+       nullptr);
+  EXPECT_EQ(StringTableAccess::Size(t), 3u);
+  EXPECT_EQ(Get(t, "Open"), "Ouvrir");
+  EXPECT_EQ(Get(t, "Paste"), "Einf\xC3\xBCgen");
+  EXPECT_EQ(Get(t, "Cut"), "Couper");
+}
+
+// --- Lookups ------------------------------------------------------------------------------------
+
+TEST(StringTranslatorTest, LookupGivesKeyBackWhenUntranslated) {
+  StringTranslator t;
+  tavrin_ustring out("stale");
+  EXPECT_FALSE(t.LookupString(tavrin_ustring("Open"), &out));  // empty map
+  EXPECT_TRUE(out == "Open");
+  Load(t, {"\"\" = \"for the empty key\"\n", "\"Open\" = \"Ouvrir\"\n"}, nullptr);
+  EXPECT_TRUE(t.LookupString(tavrin_ustring("Open"), &out));
+  EXPECT_TRUE(out == "Ouvrir");
+  EXPECT_FALSE(t.LookupString(tavrin_ustring("open"), &out));  // case-sensitive
+  EXPECT_TRUE(out == "open");
+  // The empty key never finds its entry.
+  EXPECT_FALSE(t.LookupString(tavrin_ustring(), &out));
+  EXPECT_TRUE(out.empty());
+  EXPECT_FALSE(t.LookupString(tavrin_ustring("Open"), nullptr));
+}
+
+TEST(StringTranslatorTest, KeysWithEscapesAreLookedUpByTheirText) {
+  StringTranslator t;
+  Load(t, {"\"Line\\nbreak\" = \"A\\tB\"\n", "\"Say \\\"hi\\\"\" = \"Dis \\\"salut\\\"\"\n"},
+       nullptr);
+  EXPECT_EQ(Get(t, "Line\nbreak"), "A\tB");
+  EXPECT_EQ(Get(t, "Line\\nbreak"), "<none>");
+  EXPECT_EQ(Get(t, "Say \"hi\""), "Dis \"salut\"");
+}
+
+}  // namespace

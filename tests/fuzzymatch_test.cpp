@@ -7,13 +7,44 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cctype>
+#include <cstdlib>
+#include <new>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "common/utils/internal/fuzzymatch_internal.h"
 #include "tests/test_support.h"
+
+// Counts the calls of the global operator new while counting is on, so that
+// a test can tell how often matching allocates.
+namespace {
+std::atomic<bool> g_counting{false};
+std::atomic<int> g_allocations{0};
+}  // namespace
+
+void* operator new(std::size_t size) {
+  if (g_counting.load(std::memory_order_relaxed)) g_allocations.fetch_add(1);
+  if (void* p = std::malloc(size == 0 ? 1 : size)) return p;
+  throw std::bad_alloc();
+}
+// The pair is consistent (malloc and free); GCC cannot see that through the
+// replacement.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+#endif
+void operator delete(void* p) noexcept {
+  std::free(p);
+}
+void operator delete(void* p, std::size_t) noexcept {
+  std::free(p);
+}
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic pop
+#endif
 
 namespace {
 
@@ -180,6 +211,28 @@ TEST(FuzzyMatchTest, AtMost256PatternLetters) {
   EXPECT_EQ(Match(std::string(256, 'a'), std::string(256, 'a')), 3940);
   EXPECT_NE(Match(text, std::string(256, 'a')), 0);
   EXPECT_EQ(Match(text, std::string(257, 'a')), 0);
+}
+
+TEST(FuzzyMatchTest, AllocatesOnlyForTheTwoConversions) {
+  const tavrin_ustring short_text("FooBar"), short_pattern("fb");
+  const tavrin_ustring long_text("a_fairly_long_identifier_of_a_MeshEdgeLoop_with_words");
+  const tavrin_ustring long_pattern("fairly_long_identifier");
+  auto count = [](const tavrin_ustring& text, const tavrin_ustring& pattern, int* score) {
+    g_allocations = 0;
+    g_counting = true;
+    *score = FuzzyMatch(text, pattern);
+    g_counting = false;
+    return g_allocations.load();
+  };
+  int score = 0;
+  // Short strings convert into the strings' own storage: nothing at all.
+  EXPECT_EQ(count(short_text, short_pattern, &score), 0);
+  EXPECT_EQ(score, 141);
+  // Long ones take one allocation each, whatever the recursion does.
+  EXPECT_EQ(count(long_text, long_pattern, &score), 2);
+  EXPECT_NE(score, 0);
+  EXPECT_EQ(count(long_text, tavrin_ustring("zzzzzzzzzzzzzzzzzzzzzzzz"), &score), 2);
+  EXPECT_EQ(score, 0);
 }
 
 TEST(FuzzyMatchTest, CoreCopiesCallerPositions) {

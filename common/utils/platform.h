@@ -88,6 +88,17 @@ bool FillRandomBytes(void* out, std::size_t size);
 // osutils).
 // ---------------------------------------------------------------------------
 
+// LocalizedString() - the platform's translation of the zero-terminated UTF-8
+// `key` (neither null nor empty) from the resource table `table` of the
+// bundle `bundle_id`, as UTF-8. An empty `bundle_id` means the application's
+// own bundle, an empty `table` its default table. The key itself when there
+// is no translation; "" only when the platform gives no answer at all.
+// Linux: dgettext with the text domain `table`, else `bundle_id`, else the
+// application identifier; catalogs are found where the application bound
+// them (bindtextdomain) for the locale of LC_MESSAGES and $LANGUAGE.
+std::string LocalizedString(const std::string& bundle_id, const std::string& table,
+                            const char* key);
+
 
 
 }  // namespace tavrin::platform

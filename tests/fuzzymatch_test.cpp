@@ -330,6 +330,30 @@ TEST(FuzzyMatchTest, CoreAgreesWithExhaustiveSearch) {
   EXPECT_GT(limited_runs, 0);  // the limit was exercised too
 }
 
+TEST(FuzzyMatchTest, MatcherWithCopiedClassesAgreesWithLibraryCalls) {
+  const std::uint32_t seed = tavrin::test::TestSeed();
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  std::mt19937 rng(seed);
+  const std::string alphabet =
+      "aAbBzZ_ .\x80\xC3\xA9\xFF"
+      "9";
+  for (int round = 0; round < 300; ++round) {
+    std::string pattern;
+    for (std::size_t i = 0, n = 1 + rng() % 4; i < n; ++i)
+      pattern += alphabet[rng() % alphabet.size()];
+    const tavrin::utils::detail::FuzzyMatcherUtf8 matcher(pattern.c_str());
+    for (int t = 0; t < 20; ++t) {
+      std::string text;
+      for (std::size_t i = 0, n = rng() % 20; i < n; ++i) text += alphabet[rng() % alphabet.size()];
+      ASSERT_EQ(matcher.Score(text.c_str()),
+                tavrin::utils::detail::FuzzyMatchUtf8(text.c_str(), pattern.c_str()))
+          << "text '" << text << "' pattern '" << pattern << "'";
+    }
+  }
+  EXPECT_EQ(tavrin::utils::detail::FuzzyMatcherUtf8(nullptr).Score("abc"), 0);
+  EXPECT_EQ(tavrin::utils::detail::FuzzyMatcherUtf8("a").Score(nullptr), 0);
+}
+
 // --- FuzzySearch ----------------------------------------------------------------------------
 
 std::vector<Searchable> Items(const std::vector<std::pair<std::string, unsigned>>& texts) {

@@ -1,4 +1,10 @@
 // fuzzymatch.cpp - the recursive scoring core, FuzzyMatch and FuzzySearch.
+//
+// The core is written once over a character-class policy: the exported
+// routine and FuzzyMatch ask the C library (tolower, islower, isupper) for
+// every byte; a search over many texts copies the C library's answers for
+// all 256 bytes into tables once and looks them up, which gives the same
+// results as long as the locale does not change during the search.
 #include "common/utils/fuzzymatch.h"
 
 #include <algorithm>
@@ -9,12 +15,15 @@
 #include "common/utils/convertutf.h"
 #include "common/utils/internal/fuzzymatch_internal.h"
 
-namespace fts::fuzzy_internal {
+namespace tavrin::utils::detail {
 namespace {
 
 // Room of every position array: positions are single bytes, one per matched
 // pattern letter.
 constexpr int kPositions = 256;
+// How the library runs the core: at most 256 letters, ten calls per text.
+constexpr int kMaxLetters = 256;
+constexpr int kRecursionLimit = 10;
 
 constexpr int kStartScore = 100;
 constexpr int kSequentialBonus = 15;
@@ -27,22 +36,19 @@ constexpr int kUnmatchedLetterPenalty = -1;
 
 // The C library's character functions on one byte, taken as unsigned char so
 // that bytes of 0x80 and above stay inside their domain.
-inline int Lower(char c) {
-  return std::tolower(static_cast<unsigned char>(c));
-}
-inline bool IsLower(char c) {
-  return std::islower(static_cast<unsigned char>(c)) != 0;
-}
-inline bool IsUpper(char c) {
-  return std::isupper(static_cast<unsigned char>(c)) != 0;
-}
+struct LibraryClasses {
+  int Lower(char c) const { return std::tolower(static_cast<unsigned char>(c)); }
+  bool IsLower(char c) const { return std::islower(static_cast<unsigned char>(c)) != 0; }
+  bool IsUpper(char c) const { return std::isupper(static_cast<unsigned char>(c)) != 0; }
+};
 
 // The score of one complete placement of `count` letters at `matches` in the
 // text starting at `begin`.
-int ScorePlacement(const char* begin, const unsigned char* matches, int count) {
+template <typename Classes>
+int ScorePlacement(const Classes& classes, const char* begin, const unsigned char* matches,
+                   int count) {
   int score = kStartScore;
-  const int penalty = std::max(kLeadingLetterPenalty * matches[0], kMaxLeadingLetterPenalty);
-  score += penalty;
+  score += std::max(kLeadingLetterPenalty * matches[0], kMaxLeadingLetterPenalty);
   const int unmatched = static_cast<int>(std::strlen(begin)) - count;
   score += kUnmatchedLetterPenalty * unmatched;
   for (int i = 0; i < count; ++i) {
@@ -51,7 +57,7 @@ int ScorePlacement(const char* begin, const unsigned char* matches, int count) {
     if (index > 0) {
       const char neighbour = begin[index - 1];
       const char current = begin[index];
-      if (IsLower(neighbour) && IsUpper(current)) score += kCamelBonus;
+      if (classes.IsLower(neighbour) && classes.IsUpper(current)) score += kCamelBonus;
       if (neighbour == '_' || neighbour == ' ') score += kSeparatorBonus;
     } else {
       score += kFirstLetterBonus;
@@ -60,12 +66,11 @@ int ScorePlacement(const char* begin, const unsigned char* matches, int count) {
   return score;
 }
 
-}  // namespace
-
-bool fuzzy_match_recursive(const char* pattern, const char* str, int& outScore,
-                           const char* strBegin, const unsigned char* srcMatches,
-                           unsigned char* matches, int maxMatches, int nextMatch,
-                           int& recursionCount, int recursionLimit) {
+// The core; see fuzzy_match_recursive in fuzzymatch_internal.h.
+template <typename Classes>
+bool MatchRecursive(const Classes& classes, const char* pattern, const char* str, int& outScore,
+                    const char* strBegin, const unsigned char* srcMatches, unsigned char* matches,
+                    int maxMatches, int nextMatch, int& recursionCount, int recursionLimit) {
   ++recursionCount;
   if (recursionCount >= recursionLimit) return false;
   if (*pattern == '\0' || *str == '\0') return false;
@@ -76,7 +81,7 @@ bool fuzzy_match_recursive(const char* pattern, const char* str, int& outScore,
   bool first_match = true;
 
   while (*pattern != '\0' && *str != '\0') {
-    if (Lower(*pattern) == Lower(*str)) {
+    if (classes.Lower(*pattern) == classes.Lower(*str)) {
       if (nextMatch >= maxMatches) return false;
       if (first_match && srcMatches != nullptr) {
         std::memcpy(matches, srcMatches, static_cast<std::size_t>(nextMatch));
@@ -85,9 +90,9 @@ bool fuzzy_match_recursive(const char* pattern, const char* str, int& outScore,
       // Explore leaving this letter for a later occurrence of it.
       unsigned char recursive_matches[kPositions];
       int recursive_score = 0;
-      if (fuzzy_match_recursive(pattern, str + 1, recursive_score, strBegin, matches,
-                                recursive_matches, kPositions, nextMatch, recursionCount,
-                                recursionLimit)) {
+      if (MatchRecursive(classes, pattern, str + 1, recursive_score, strBegin, matches,
+                         recursive_matches, kPositions, nextMatch, recursionCount,
+                         recursionLimit)) {
         if (!recursive_match || recursive_score > best_recursive_score) {
           std::memcpy(best_recursive_matches, recursive_matches, kPositions);
           best_recursive_score = recursive_score;
@@ -101,7 +106,7 @@ bool fuzzy_match_recursive(const char* pattern, const char* str, int& outScore,
   }
 
   const bool matched = *pattern == '\0';
-  if (matched) outScore = ScorePlacement(strBegin, matches, nextMatch);
+  if (matched) outScore = ScorePlacement(classes, strBegin, matches, nextMatch);
 
   if (recursive_match && (!matched || best_recursive_score > outScore)) {
     const int copy = std::clamp(maxMatches, 0, kPositions);
@@ -112,25 +117,16 @@ bool fuzzy_match_recursive(const char* pattern, const char* str, int& outScore,
   return matched;
 }
 
-}  // namespace fts::fuzzy_internal
-
-namespace tavrin::utils {
-namespace {
-
-// How the library runs the core: one position per pattern letter, at most
-// 256 letters, at most ten calls per text.
-constexpr int kMaxLetters = 256;
-constexpr int kRecursionLimit = 10;
-
 // Whether the letters of `pattern` occur in `text` in order (compared as the
-// matcher compares them) and there are at most 256 of them. The matcher's
-// own first placement is this greedy scan, so it matches exactly when this
-// holds; checking first spares its recursion on texts that cannot match.
-bool CanMatch(const char* text, const char* pattern) {
+// core compares them) and there are at most 256 of them. The core's own
+// first placement is this greedy scan, so it matches exactly when this holds;
+// checking first spares its recursion on texts that cannot match.
+template <typename Classes>
+bool CanMatch(const Classes& classes, const char* text, const char* pattern) {
   int letters = 0;
   while (*pattern != '\0') {
-    const int wanted = std::tolower(static_cast<unsigned char>(*pattern));
-    while (*text != '\0' && std::tolower(static_cast<unsigned char>(*text)) != wanted) ++text;
+    const int wanted = classes.Lower(*pattern);
+    while (*text != '\0' && classes.Lower(*text) != wanted) ++text;
     if (*text == '\0') return false;
     if (++letters > kMaxLetters) return false;
     ++text;
@@ -138,6 +134,56 @@ bool CanMatch(const char* text, const char* pattern) {
   }
   return true;
 }
+
+// FuzzyMatch on zero-terminated UTF-8 with the given classes.
+template <typename Classes>
+int MatchUtf8(const Classes& classes, const char* text, const char* pattern) {
+  if (text == nullptr || pattern == nullptr || *text == '\0' || *pattern == '\0') return 0;
+  if (!CanMatch(classes, text, pattern)) return 0;
+  int score = 0;
+  int recursion_count = 0;
+  unsigned char matches[kMaxLetters] = {};
+  if (!MatchRecursive(classes, pattern, text, score, text, nullptr, matches, kMaxLetters, 0,
+                      recursion_count, kRecursionLimit))
+    return 0;
+  return score;
+}
+
+}  // namespace
+
+int FuzzyMatchUtf8(const char* text, const char* pattern) {
+  return MatchUtf8(LibraryClasses(), text, pattern);
+}
+
+FuzzyMatcherUtf8::FuzzyMatcherUtf8(const char* pattern) : pattern_(pattern ? pattern : "") {
+  for (int b = 0; b < 256; ++b) {
+    lower_[b] = static_cast<unsigned char>(std::tolower(b));
+    classes_[b] = static_cast<unsigned char>((std::islower(b) ? kLowerBit : 0) |
+                                             (std::isupper(b) ? kUpperBit : 0));
+  }
+}
+
+int FuzzyMatcherUtf8::Score(const char* text) const {
+  return MatchUtf8(*this, text, pattern_.c_str());
+}
+
+}  // namespace tavrin::utils::detail
+
+namespace fts::fuzzy_internal {
+
+bool fuzzy_match_recursive(const char* pattern, const char* str, int& outScore,
+                           const char* strBegin, const unsigned char* srcMatches,
+                           unsigned char* matches, int maxMatches, int nextMatch,
+                           int& recursionCount, int recursionLimit) {
+  return tavrin::utils::detail::MatchRecursive(
+      tavrin::utils::detail::LibraryClasses(), pattern, str, outScore, strBegin, srcMatches,
+      matches, maxMatches, nextMatch, recursionCount, recursionLimit);
+}
+
+}  // namespace fts::fuzzy_internal
+
+namespace tavrin::utils {
+namespace {
 
 // Converts `s` to UTF-8 into `buffer` (reused between calls) and returns the
 // zero-terminated bytes; the same bytes as s.utf8().
@@ -157,22 +203,6 @@ const char* ToUtf8(const tavrin_ustring& s, std::string& buffer) {
 
 }  // namespace
 
-namespace detail {
-
-int FuzzyMatchUtf8(const char* text, const char* pattern) {
-  if (text == nullptr || pattern == nullptr || *text == '\0' || *pattern == '\0') return 0;
-  if (!CanMatch(text, pattern)) return 0;
-  int score = 0;
-  int recursion_count = 0;
-  unsigned char matches[kMaxLetters] = {};
-  if (!fts::fuzzy_internal::fuzzy_match_recursive(pattern, text, score, text, nullptr, matches,
-                                                  kMaxLetters, 0, recursion_count, kRecursionLimit))
-    return 0;
-  return score;
-}
-
-}  // namespace detail
-
 int FuzzyMatch(const tavrin_ustring& text, const tavrin_ustring& pattern) {
   const std::string text8 = text.utf8();
   const std::string pattern8 = pattern.utf8();
@@ -184,9 +214,10 @@ std::vector<SearchResult> FuzzySearch(const std::vector<Searchable>& items,
   std::vector<SearchResult> results;
   const std::string pattern8 = pattern.utf8();
   if (pattern8.empty()) return results;
+  const detail::FuzzyMatcherUtf8 matcher(pattern8.c_str());
   std::string text8;  // one buffer for every text
   for (const Searchable& item : items) {
-    const int score = detail::FuzzyMatchUtf8(ToUtf8(item.text, text8), pattern8.c_str());
+    const int score = matcher.Score(ToUtf8(item.text, text8));
     if (score != 0) results.push_back(SearchResult{item, score});
   }
 

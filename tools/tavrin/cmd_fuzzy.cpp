@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
@@ -92,9 +93,9 @@ bool ReadInput(const std::string& path, std::string& out) {
 // matched as they are (their UTF-16 round trip is the identity); the rare
 // lines the string type accepts only leniently (encoded surrogates) go through
 // the string type as FuzzySearch would take them; other bytes never match.
-int ScoreLine(const char* begin, const char* end, const char* pattern,
+int ScoreLine(const char* begin, const char* end, const utils::detail::FuzzyMatcherUtf8& matcher,
               const utils::tavrin_ustring& wide_pattern) {
-  const int score = utils::detail::FuzzyMatchUtf8(begin, pattern);
+  const int score = matcher.Score(begin);
   if (score == 0) return 0;
   const UTF8* b = reinterpret_cast<const UTF8*>(begin);
   const UTF8* e = reinterpret_cast<const UTF8*>(end);
@@ -103,10 +104,30 @@ int ScoreLine(const char* begin, const char* end, const char* pattern,
   return utils::FuzzyMatch(utils::tavrin_ustring(std::string(begin, end)), wide_pattern);
 }
 
+// Better first: higher score, then earlier line. A total order (offsets are
+// unique), so sorting gives one result whatever the algorithm and threads.
+bool Better(const Hit& a, const Hit& b) {
+  return a.score != b.score ? a.score > b.score : a.offset < b.offset;
+}
+
+// Keeps the best `limit` of `hits`, sorted.
+void SortBest(std::vector<Hit>& hits, std::size_t limit) {
+  if (limit < hits.size()) {
+    std::partial_sort(hits.begin(), hits.begin() + static_cast<std::ptrdiff_t>(limit), hits.end(),
+                      Better);
+    hits.resize(limit);
+  } else {
+    std::sort(hits.begin(), hits.end(), Better);
+  }
+}
+
 // Scores the lines of [begin, end) (whole lines; the last one may lack its
-// "\n"), terminating each in place, and appends the matches to `hits`.
-void ScoreSlice(char* base, std::size_t begin, std::size_t end, const std::string& pattern,
-                const utils::tavrin_ustring& wide_pattern, std::vector<Hit>& hits) {
+// "\n"), terminating each in place. `hits` receives the matches, sorted and
+// cut to the best `limit`; `matched` their number before the cut.
+void ScoreSlice(char* base, std::size_t begin, std::size_t end,
+                const utils::detail::FuzzyMatcherUtf8& matcher,
+                const utils::tavrin_ustring& wide_pattern, std::size_t limit,
+                std::vector<Hit>& hits, std::size_t& matched) {
   std::size_t pos = begin;
   while (pos < end) {
     char* line = base + pos;
@@ -116,11 +137,13 @@ void ScoreSlice(char* base, std::size_t begin, std::size_t end, const std::strin
     if (stop > line && stop[-1] == '\r') --stop;
     *stop = '\0';
     if (stop > line) {
-      const int score = ScoreLine(line, stop, pattern.c_str(), wide_pattern);
+      const int score = ScoreLine(line, stop, matcher, wide_pattern);
       if (score != 0) hits.push_back(Hit{score, static_cast<std::uint32_t>(stop - line), pos});
     }
     pos = next;
   }
+  matched = hits.size();
+  SortBest(hits, limit);
 }
 
 // Slice boundaries: `parts` pieces of similar size, each ending after a "\n".
@@ -144,6 +167,7 @@ std::vector<std::size_t> SliceBounds(const std::string& text, std::size_t parts)
 std::vector<Hit> Rank(std::string& text, const std::string& pattern, std::size_t limit,
                       std::size_t* matched = nullptr) {
   const utils::tavrin_ustring wide_pattern(pattern);
+  const utils::detail::FuzzyMatcherUtf8 matcher(pattern.c_str());
   const std::size_t size = text.size();
   constexpr std::size_t kMinSlice = 1 << 18;
   const std::size_t cores = std::max(1u, std::thread::hardware_concurrency());
@@ -152,31 +176,31 @@ std::vector<Hit> Rank(std::string& text, const std::string& pattern, std::size_t
   const std::vector<std::size_t> bounds = SliceBounds(text, parts);
   text.push_back('\0');  // room for the terminator of a last line without "\n"
 
+  // Each slice is scored and sorted on its own thread; the sorted slices are
+  // then merged.
   std::vector<std::vector<Hit>> slices(parts);
+  std::vector<std::size_t> counts(parts, 0);
   std::vector<std::thread> threads;
   for (std::size_t k = 1; k < parts; ++k)
-    threads.emplace_back(ScoreSlice, text.data(), bounds[k], bounds[k + 1], std::cref(pattern),
-                         std::cref(wide_pattern), std::ref(slices[k]));
-  ScoreSlice(text.data(), bounds[0], bounds[1], pattern, wide_pattern, slices[0]);
+    threads.emplace_back(ScoreSlice, text.data(), bounds[k], bounds[k + 1], std::cref(matcher),
+                         std::cref(wide_pattern), limit, std::ref(slices[k]), std::ref(counts[k]));
+  ScoreSlice(text.data(), bounds[0], bounds[1], matcher, wide_pattern, limit, slices[0], counts[0]);
   for (std::thread& t : threads) t.join();
 
-  std::vector<Hit> hits;
-  std::size_t total = 0;
-  for (const auto& s : slices) total += s.size();
-  if (matched != nullptr) *matched = total;
-  hits.reserve(total);
-  for (const auto& s : slices) hits.insert(hits.end(), s.begin(), s.end());
-  // A total order (offsets are unique), so the result is deterministic.
-  const auto better = [](const Hit& a, const Hit& b) {
-    return a.score != b.score ? a.score > b.score : a.offset < b.offset;
-  };
-  if (limit < hits.size()) {
-    std::partial_sort(hits.begin(), hits.begin() + static_cast<std::ptrdiff_t>(limit), hits.end(),
-                      better);
-    hits.resize(limit);
-  } else {
-    std::sort(hits.begin(), hits.end(), better);
+  if (matched != nullptr) {
+    *matched = 0;
+    for (std::size_t c : counts) *matched += c;
   }
+  std::vector<Hit> hits = std::move(slices[0]);
+  std::vector<Hit> merged;
+  for (std::size_t k = 1; k < parts; ++k) {
+    merged.clear();
+    merged.reserve(hits.size() + slices[k].size());
+    std::merge(hits.begin(), hits.end(), slices[k].begin(), slices[k].end(),
+               std::back_inserter(merged), Better);
+    hits.swap(merged);
+  }
+  if (hits.size() > limit) hits.resize(limit);
   return hits;
 }
 

@@ -5,6 +5,8 @@
 // and the tool.
 #pragma once
 
+#include <string>
+
 #include "common/utils/export.h"
 
 namespace fts::fuzzy_internal {
@@ -40,5 +42,34 @@ namespace tavrin::utils::detail {
 // empty. Equal to FuzzyMatch of the same texts for valid UTF-8 (the bytes are
 // not validated here).
 [[nodiscard]] TAVRIN_EXPORT int FuzzyMatchUtf8(const char* text, const char* pattern);
+
+// FuzzyMatcherUtf8
+//
+// FuzzyMatchUtf8 against one pattern for many texts. The constructor copies
+// the C library's tolower, islower and isupper answers for all 256 bytes in
+// the current locale; Score looks them up instead of calling the library for
+// every byte, and so gives FuzzyMatchUtf8's results as long as the locale is
+// not changed while the object is used. Score is const and keeps no state: one
+// object may serve several threads at once.
+class TAVRIN_EXPORT FuzzyMatcherUtf8 {
+ public:
+  // `pattern` is zero-terminated UTF-8 and copied; null is the empty pattern.
+  explicit FuzzyMatcherUtf8(const char* pattern);
+
+  // Score() - FuzzyMatchUtf8(text, pattern).
+  [[nodiscard]] int Score(const char* text) const;
+
+  // The copied character classes of one byte.
+  int Lower(char c) const { return lower_[static_cast<unsigned char>(c)]; }
+  bool IsLower(char c) const { return (classes_[static_cast<unsigned char>(c)] & kLowerBit) != 0; }
+  bool IsUpper(char c) const { return (classes_[static_cast<unsigned char>(c)] & kUpperBit) != 0; }
+
+ private:
+  static constexpr unsigned char kLowerBit = 1;
+  static constexpr unsigned char kUpperBit = 2;
+  std::string pattern_;
+  unsigned char lower_[256];
+  unsigned char classes_[256];
+};
 
 }  // namespace tavrin::utils::detail

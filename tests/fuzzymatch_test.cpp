@@ -409,6 +409,24 @@ TEST(FuzzySearchTest, EqualScoresFollowOrderThenInput) {
   for (const SearchResult& s : r) EXPECT_EQ(s.score, 100 + 15 + 15 - 1);
 }
 
+TEST(FuzzySearchTest, TiesFollowInputPositionNotKey) {
+  // Equal scores and orders: the earlier item first, whatever the keys.
+  const std::vector<SearchResult> r = FuzzySearch(
+      {{tavrin_ustring("ab1"), 9, 5}, {tavrin_ustring("ab2"), 1, 5}, {tavrin_ustring("ab3"), 5, 5}},
+      tavrin_ustring("ab"));
+  ASSERT_EQ(r.size(), 3u);
+  EXPECT_EQ(r[0].key, 9u);
+  EXPECT_EQ(r[1].key, 1u);
+  EXPECT_EQ(r[2].key, 5u);
+  // Within one key, equal scores keep the earliest item, wherever it is.
+  const std::vector<SearchResult> d = FuzzySearch(
+      {{tavrin_ustring("ab?"), 3, 9}, {tavrin_ustring("xyz"), 2, 0}, {tavrin_ustring("ab!"), 3, 1}},
+      tavrin_ustring("ab"));
+  ASSERT_EQ(d.size(), 1u);
+  EXPECT_TRUE(d[0].text == "ab?");
+  EXPECT_EQ(d[0].order, 9u);
+}
+
 TEST(FuzzySearchTest, DropsZeroAndKeepsNegativeScores) {
   const std::vector<SearchResult> r = FuzzySearch(
       Items({{"xxxa" + std::string(82, 'x'), 1}, {std::string(200, 'x') + "a", 2}, {"a", 3}}),

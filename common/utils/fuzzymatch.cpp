@@ -215,26 +215,41 @@ std::vector<SearchResult> FuzzySearch(const std::vector<Searchable>& items,
   const std::string pattern8 = pattern.utf8();
   if (pattern8.empty()) return results;
   const detail::FuzzyMatcherUtf8 matcher(pattern8.c_str());
+
+  // Matches with their input position, the last tie-break of both sorts.
+  struct Scored {
+    int score;
+    std::size_t index;
+  };
+  std::vector<Scored> scored;
   std::string text8;  // one buffer for every text
-  for (const Searchable& item : items) {
-    const int score = matcher.Score(ToUtf8(item.text, text8));
-    if (score != 0) results.push_back(SearchResult{item, score});
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    const int score = matcher.Score(ToUtf8(items[i].text, text8));
+    if (score != 0) scored.push_back(Scored{score, i});
   }
 
-  std::stable_sort(results.begin(), results.end(),
-                   [](const SearchResult& a, const SearchResult& b) {
-                     if (a.key != b.key) return a.key < b.key;
-                     return a.score > b.score;
-                   });
-  results.erase(
-      std::unique(results.begin(), results.end(),
-                  [](const SearchResult& a, const SearchResult& b) { return a.key == b.key; }),
-      results.end());
-  std::stable_sort(results.begin(), results.end(),
-                   [](const SearchResult& a, const SearchResult& b) {
-                     if (a.score != b.score) return a.score > b.score;
-                     return a.order < b.order;
-                   });
+  // Best of each key: by key, then best score, then earliest item.
+  std::sort(scored.begin(), scored.end(), [&items](const Scored& a, const Scored& b) {
+    const unsigned long long ka = items[a.index].key, kb = items[b.index].key;
+    if (ka != kb) return ka < kb;
+    if (a.score != b.score) return a.score > b.score;
+    return a.index < b.index;
+  });
+  scored.erase(std::unique(scored.begin(), scored.end(),
+                           [&items](const Scored& a, const Scored& b) {
+                             return items[a.index].key == items[b.index].key;
+                           }),
+               scored.end());
+  // Best first: score, then the caller's order, then input position.
+  std::sort(scored.begin(), scored.end(), [&items](const Scored& a, const Scored& b) {
+    if (a.score != b.score) return a.score > b.score;
+    const unsigned long long oa = items[a.index].order, ob = items[b.index].order;
+    if (oa != ob) return oa < ob;
+    return a.index < b.index;
+  });
+
+  results.reserve(scored.size());
+  for (const Scored& s : scored) results.push_back(SearchResult{items[s.index], s.score});
   return results;
 }
 

@@ -24,6 +24,8 @@
 //   wrapped values (kept as is; scores of shorter texts are unaffected).
 // - Matching allocates nothing beyond converting the two strings to UTF-8;
 //   the functions keep no state and may run on several threads at once.
+//   FuzzySearch reads the C library's character classes once per call, so
+//   the locale must not change while it runs.
 #pragma once
 
 #include <vector>

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <string>
 #include <vector>
@@ -246,6 +247,44 @@ TEST(StringTranslatorTest, LookupGivesKeyBackWhenUntranslated) {
   EXPECT_FALSE(t.LookupString(tavrin_ustring(), &out));
   EXPECT_TRUE(out.empty());
   EXPECT_FALSE(t.LookupString(tavrin_ustring("Open"), nullptr));
+}
+
+TEST(StringTranslatorTest, KeysAreOrderedAsCompareOrdersThem) {
+  const std::uint32_t seed = tavrin::test::TestSeed();
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  std::mt19937 rng(seed);
+  // Units around the edges of UTF-16: ASCII, Latin-1, surrogates, U+FFFF.
+  const unsigned short units[] = {'a', 'b', 'A', ' ', 0xE9, 0x4E2D, 0xD83D, 0xDE00, 0xFFFD, 0xFFFF};
+  StringTranslator t;
+  std::vector<tavrin_ustring> keys;
+  std::size_t next = 0;
+  for (int i = 0; i < 3000; ++i) {
+    tavrin_ustring key;
+    for (std::size_t k = 0, n = rng() % 6; k < n; ++k) key.push_back(units[rng() % 10]);
+    keys.push_back(key);
+  }
+  StringTableAccess::ReadLines(
+      t,
+      [&](tavrin_ustring* line) {
+        if (next == keys.size()) return false;
+        *line = tavrin_ustring("\"") + keys[next] + tavrin_ustring("\" = \"") +
+                tavrin_ustring(std::to_string(next)) + tavrin_ustring("\"");
+        ++next;
+        return true;
+      },
+      nullptr);
+  const std::vector<tavrin_ustring> ordered = StringTableAccess::Keys(t);
+  for (std::size_t i = 1; i < ordered.size(); ++i)
+    ASSERT_LT(ordered[i - 1].compare(ordered[i]), 0) << "at " << i;
+  // Every key finds the first line that defined it.
+  for (std::size_t i = 0; i < keys.size(); ++i) {
+    if (keys[i].empty()) continue;
+    tavrin_ustring out;
+    ASSERT_TRUE(t.LookupString(keys[i], &out));
+    const std::size_t first =
+        static_cast<std::size_t>(std::find(keys.begin(), keys.end(), keys[i]) - keys.begin());
+    EXPECT_TRUE(out == std::to_string(first).c_str()) << "key " << i;
+  }
 }
 
 TEST(StringTranslatorTest, KeysWithEscapesAreLookedUpByTheirText) {

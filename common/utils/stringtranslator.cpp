@@ -112,9 +112,30 @@ std::size_t StringTableAccess::Size(const StringTranslator& translator) {
   return translator.m_strings.size();
 }
 
+std::vector<tavrin_ustring> StringTableAccess::Keys(const StringTranslator& translator) {
+  std::vector<tavrin_ustring> keys;
+  keys.reserve(translator.m_strings.size());
+  for (const auto& entry : translator.m_strings) keys.push_back(entry.first);
+  return keys;
+}
+
 }  // namespace tavrin::utils::detail
 
 using tavrin::utils::tavrin_ustring;
+
+bool StringTranslator::KeyLess::operator()(const tavrin_ustring& a, const tavrin_ustring& b) const {
+  // tavrin_ustring::compare's order, without its calls: unit by unit over the
+  // shorter length, stopping at a zero unit as its ustrncmp does; then the
+  // shorter string first.
+  const tavrin_ustring::size_type n = a.size() < b.size() ? a.size() : b.size();
+  const unsigned short* p = a.data();
+  const unsigned short* q = b.data();
+  for (tavrin_ustring::size_type i = 0; i < n; ++i) {
+    if (p[i] != q[i]) return p[i] < q[i];
+    if (p[i] == 0) break;
+  }
+  return a.size() < b.size();
+}
 
 StringTranslator::~StringTranslator() = default;
 

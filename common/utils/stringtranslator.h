@@ -65,8 +65,8 @@ class TAVRIN_EXPORT StringTranslator {
   // entries are then unchanged); true once the whole file was read, whatever
   // lines were rejected. When `errors` is not null, one record per rejected
   // line is appended to it, in file order.
-  bool LoadStringTable(const tavrin::utils::tavrin_ustring& path,
-                       std::vector<StringTableParseError>* errors);
+  [[nodiscard]] bool LoadStringTable(const tavrin::utils::tavrin_ustring& path,
+                                     std::vector<StringTableParseError>* errors);
 
   // LookupString()
   //
@@ -78,7 +78,12 @@ class TAVRIN_EXPORT StringTranslator {
 
  private:
   friend class tavrin::utils::detail::StringTableAccess;
-  std::map<tavrin::utils::tavrin_ustring, tavrin::utils::tavrin_ustring> m_strings;
+  // Orders keys as tavrin_ustring::compare does.
+  struct TAVRIN_EXPORT KeyLess {
+    bool operator()(const tavrin::utils::tavrin_ustring& a,
+                    const tavrin::utils::tavrin_ustring& b) const;
+  };
+  std::map<tavrin::utils::tavrin_ustring, tavrin::utils::tavrin_ustring, KeyLess> m_strings;
 };
 
 namespace tavrin::utils::Localization {
@@ -93,7 +98,8 @@ namespace tavrin::utils::Localization {
 // is used, with `bundleId` and `table` kept when not empty, and the result is
 // true. On Linux that is gettext: dgettext with the table name as the text
 // domain, else the bundle identifier, else the application identifier.
-TAVRIN_EXPORT bool Initialize(const tavrin_ustring& bundleId, const tavrin_ustring& table);
+[[nodiscard]] TAVRIN_EXPORT bool Initialize(const tavrin_ustring& bundleId,
+                                            const tavrin_ustring& table);
 
 // LookupStringReturnUstring()
 //

@@ -47,6 +47,9 @@ class TAVRIN_EXPORT StringTableAccess {
 
   // The number of entries of `translator`.
   static std::size_t Size(const StringTranslator& translator);
+
+  // The keys of `translator` in the order of its map.
+  static std::vector<tavrin_ustring> Keys(const StringTranslator& translator);
 };
 
 }  // namespace tavrin::utils::detail

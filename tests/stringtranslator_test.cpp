@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <random>
 #include <string>
 #include <vector>
@@ -56,7 +58,8 @@ std::string Parse(const std::string& line) {
   return "[" + key.utf8() + "]=[" + value.utf8() + "]";
 }
 
-// --- Line forms ------------------------------------------------------------------------
+// --- Line forms
+// ------------------------------------------------------------------------
 
 TEST(StringTranslatorTest, EntryLineForms) {
   EXPECT_EQ(Parse("\"Open\" = \"Ouvrir\";"), "[Open]=[Ouvrir]");
@@ -83,11 +86,13 @@ TEST(StringTranslatorTest, IgnoredLines) {
 }
 
 TEST(StringTranslatorTest, RejectedLines) {
-  EXPECT_EQ(Parse("\"Open\" = Ouvrir"), "<rejected>");        // no translation quote
-  EXPECT_EQ(Parse("\"Open"), "<rejected>");                   // key never closes
-  EXPECT_EQ(Parse("\"Open\""), "<rejected>");                 // no translation
-  EXPECT_EQ(Parse("\"Open\" = \"Ouvrir"), "<rejected>");      // translation never closes
-  EXPECT_EQ(Parse("\"Open\" = \"Ouvrir\\\""), "<rejected>");  // its last quote is escaped
+  EXPECT_EQ(Parse("\"Open\" = Ouvrir"), "<rejected>");  // no translation quote
+  EXPECT_EQ(Parse("\"Open"), "<rejected>");             // key never closes
+  EXPECT_EQ(Parse("\"Open\""), "<rejected>");           // no translation
+  EXPECT_EQ(Parse("\"Open\" = \"Ouvrir"),
+            "<rejected>");  // translation never closes
+  EXPECT_EQ(Parse("\"Open\" = \"Ouvrir\\\""),
+            "<rejected>");  // its last quote is escaped
   EXPECT_EQ(Parse("\"Open\" = \"Ouvrir\\\"\""), "[Open]=[Ouvrir\"]");
   EXPECT_EQ(Parse("\""), "<rejected>");
   EXPECT_EQ(Parse("\"\n"), "<rejected>");
@@ -181,7 +186,8 @@ TEST(StringTranslatorTest, RandomLinesAgreeWithCharacterScan) {
   EXPECT_GT(rejected, 1000);
 }
 
-// --- Loading lines ----------------------------------------------------------------------------
+// --- Loading lines
+// ----------------------------------------------------------------------------
 
 TEST(StringTranslatorTest, LoadsEntriesAndReportsEachRejectedLineOnce) {
   StringTranslator t;
@@ -231,7 +237,8 @@ TEST(StringTranslatorTest, SecondLoadMergesAndKeepsFirstDefinitions) {
   EXPECT_EQ(Get(t, "Cut"), "Couper");
 }
 
-// --- Lookups ------------------------------------------------------------------------------------
+// --- Lookups
+// ------------------------------------------------------------------------------------
 
 TEST(StringTranslatorTest, LookupGivesKeyBackWhenUntranslated) {
   StringTranslator t;
@@ -294,6 +301,220 @@ TEST(StringTranslatorTest, KeysWithEscapesAreLookedUpByTheirText) {
   EXPECT_EQ(Get(t, "Line\nbreak"), "A\tB");
   EXPECT_EQ(Get(t, "Line\\nbreak"), "<none>");
   EXPECT_EQ(Get(t, "Say \"hi\""), "Dis \"salut\"");
+}
+
+// --- Files
+// -----------------------------------------------------------------------------------
+
+// The bytes of `text` (UTF-8) as UTF-16 with a byte-order mark.
+std::string Utf16(const std::string& text, bool big_endian) {
+  const std::u16string units = tavrin_ustring(text).utf16();
+  std::string out = big_endian ? "\xFE\xFF" : "\xFF\xFE";
+  for (char16_t u : units) {
+    const char hi = static_cast<char>(u >> 8), lo = static_cast<char>(u & 0xFF);
+    out += big_endian ? std::string{hi, lo} : std::string{lo, hi};
+  }
+  return out;
+}
+
+const char kTable[] =
+    "/* test table */\r\n"
+    "\"Open\" = \"\xC3\x96"
+    "ffnen\";\r\n"
+    "\r\n"
+    "\"Tab\\there\" \"A\\tB\" // note\r\n"
+    "\"Broken\" = kaputt;\r\n"
+    "\"Open\" = \"second\";\r\n"
+    "\"Emoji \xF0\x9F\x98\x80\" = \"\xE7\xAC\x91\"\r\n"
+    "\"Last\" = \"no line break\"";
+
+void ExpectTableContents(const StringTranslator& t, const std::vector<StringTableParseError>& e) {
+  EXPECT_EQ(StringTableAccess::Size(t), 4u);
+  EXPECT_EQ(Get(t, "Open"),
+            "\xC3\x96"
+            "ffnen");
+  EXPECT_EQ(Get(t, "Tab\there"), "A\tB");
+  EXPECT_EQ(Get(t, "Emoji \xF0\x9F\x98\x80"), "\xE7\xAC\x91");
+  EXPECT_EQ(Get(t, "Broken"), "<none>");
+  ASSERT_EQ(e.size(), 1u);
+  EXPECT_TRUE(e[0].text == "\"Broken\" = kaputt;\r\n");
+  EXPECT_EQ(e[0].lineNumber, 5);
+}
+
+TEST(StringTranslatorTest, LoadsEveryEncoding) {
+  const std::string dir = tavrin::test::FreshDir("tables");
+  const std::pair<const char*, std::string> files[] = {
+      {"plain.strings", kTable},
+      {"bom.strings", "\xEF\xBB\xBF" + std::string(kTable)},
+      {"le.strings", Utf16(kTable, false)},
+      {"be.strings", Utf16(kTable, true)},
+  };
+  for (const auto& [name, bytes] : files) {
+    SCOPED_TRACE(name);
+    ASSERT_TRUE(tavrin::test::WriteFile(dir + "/" + name, bytes));
+    StringTranslator t;
+    std::vector<StringTableParseError> errors;
+    ASSERT_TRUE(t.LoadStringTable(tavrin_ustring(dir + "/" + name), &errors));
+    ExpectTableContents(t, errors);
+    EXPECT_EQ(Get(t, "Last"), "no line break");
+  }
+}
+
+TEST(StringTranslatorTest, FileThatCannotBeOpenedChangesNothing) {
+  const std::string dir = tavrin::test::FreshDir("tables-missing");
+  StringTranslator t;
+  std::vector<StringTableParseError> errors;
+  Load(t, {"\"a\" = \"1\"\n"}, nullptr);
+  EXPECT_FALSE(t.LoadStringTable(tavrin_ustring(dir + "/none.strings"), &errors));
+  // Files the reader refuses: empty, one byte, starting with FF FF.
+  for (const char* bytes : {"", "\"", "\xFF\xFF\"b\" = \"2\"\n"}) {
+    ASSERT_TRUE(tavrin::test::WriteFile(dir + "/bad.strings", bytes));
+    EXPECT_FALSE(t.LoadStringTable(tavrin_ustring(dir + "/bad.strings"), &errors));
+  }
+  EXPECT_FALSE(t.LoadStringTable(tavrin_ustring(dir), &errors));  // a folder
+  EXPECT_TRUE(errors.empty());
+  EXPECT_EQ(StringTableAccess::Size(t), 1u);
+  EXPECT_EQ(Get(t, "a"), "1");
+}
+
+TEST(StringTranslatorTest, Latin1LineIsReadEmptyAndIgnored) {
+  // 8-bit lines are read as UTF-8; a Latin-1 line comes back empty, so it is
+  // neither an entry nor an error, and the lines after it still count.
+  const std::string dir = tavrin::test::FreshDir("tables-latin1");
+  ASSERT_TRUE(
+      tavrin::test::WriteFile(dir + "/t.strings", "\"caf\xE9\" = \"x\"\n\"ok\" = \"1\"\n\"bad\n"));
+  StringTranslator t;
+  std::vector<StringTableParseError> errors;
+  ASSERT_TRUE(t.LoadStringTable(tavrin_ustring(dir + "/t.strings"), &errors));
+  EXPECT_EQ(StringTableAccess::Size(t), 1u);
+  EXPECT_EQ(Get(t, "ok"), "1");
+  ASSERT_EQ(errors.size(), 1u);
+  EXPECT_EQ(errors[0].lineNumber, 3);
+}
+
+TEST(StringTranslatorTest, SampleTables) {
+  const std::string dir = tavrin::test::ExamplesDir();
+  StringTranslator fr, de;
+  std::vector<StringTableParseError> fr_errors, de_errors;
+  ASSERT_TRUE(fr.LoadStringTable(tavrin_ustring(dir + "/strings-fr.strings"), &fr_errors));
+  ASSERT_TRUE(de.LoadStringTable(tavrin_ustring(dir + "/strings-de-utf16.strings"), &de_errors));
+  EXPECT_EQ(Get(fr, "Open"), "Ouvrir");
+  EXPECT_EQ(Get(fr, "Close"), "Fermer");
+  EXPECT_EQ(Get(fr, "Line\nbreak"), "Saut\tde ligne");
+  EXPECT_EQ(Get(fr, "Folder C:\\\\Models"), "Dossier C:\\\\Mod\xC3\xA8les");
+  EXPECT_EQ(Get(de, "Close"),
+            "Schlie\xC3\x9F"
+            "en");
+  ASSERT_EQ(fr_errors.size(), 1u);
+  EXPECT_EQ(fr_errors[0].lineNumber, 12);
+  EXPECT_TRUE(fr_errors[0].text == "\"Export\" = Exporter;\n");
+  ASSERT_EQ(de_errors.size(), 1u);
+  EXPECT_EQ(de_errors[0].lineNumber, 7);
+  EXPECT_TRUE(de_errors[0].text == "\"Paste\" = \"Einf\xC3\xBCgen\r\n");
+}
+
+// --- Localization with a table file
+// -------------------------------------------------------------- Localization
+// keeps process-wide state, so each scenario runs in a child.
+
+#define CHILD_CHECK(condition)                                \
+  do {                                                        \
+    if (!(condition)) {                                       \
+      std::fprintf(stderr, "check failed: %s\n", #condition); \
+      std::exit(1);                                           \
+    }                                                         \
+  } while (0)
+
+TEST(StringTranslatorTest, LocalizationUsesTableFileWithFolder) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const std::string dir = tavrin::test::FreshDir("localization");
+  ASSERT_TRUE(
+      tavrin::test::WriteFile(dir + "/fr.strings", "\"Open\" = \"Ouvrir\"\n\"Empty\" = \"\"\n"));
+  namespace L = tavrin::utils::Localization;
+  EXPECT_EXIT(
+      {
+        CHILD_CHECK(L::Initialize(tavrin_ustring(), tavrin_ustring(dir + "/fr.strings")));
+        CHILD_CHECK(L::LookupStringReturnUstring("Open") == "Ouvrir");
+        CHILD_CHECK(L::LookupStringReturnUstring("Redo") == "Redo");
+        CHILD_CHECK(L::LookupStringReturnUstring("Redo", "Refaire") == "Refaire");
+        CHILD_CHECK(L::LookupStringReturnUstring("Redo", nullptr) == "Redo");
+        CHILD_CHECK(L::LookupStringReturnUstring("Open", "unused") == "Ouvrir");
+        CHILD_CHECK(L::LookupStringReturnUstring("Empty").empty());
+        CHILD_CHECK(L::LookupStringReturnUstring(nullptr).empty());
+        CHILD_CHECK(L::LookupStringReturnUstring("", "fb") == "fb");
+        // A fallback that is not UTF-8 reads as empty text.
+        CHILD_CHECK(L::LookupStringReturnUstring("Redo", "\xFF").empty());
+        std::exit(0);
+      },
+      ::testing::ExitedWithCode(0), "");
+  EXPECT_EXIT(
+      {
+        // Missing file: false, and keys come back unchanged.
+        CHILD_CHECK(!L::Initialize(tavrin_ustring(), tavrin_ustring(dir + "/none.strings")));
+        CHILD_CHECK(L::LookupStringReturnUstring("Open") == "Open");
+        std::exit(0);
+      },
+      ::testing::ExitedWithCode(0), "");
+  EXPECT_EXIT(
+      {
+        // With a bundle identifier the table is a platform table name, not a
+        // file: nothing is loaded and the result is true.
+        CHILD_CHECK(L::Initialize(tavrin_ustring("tv.bundle"), tavrin_ustring(dir + "/none")));
+        CHILD_CHECK(L::LookupStringReturnUstring("Open") == "Open");
+        std::exit(0);
+      },
+      ::testing::ExitedWithCode(0), "");
+}
+
+// --- The tavrin tool
+// -------------------------------------------------------------------------------
+
+TEST(StringTranslatorTest, ToolChecksTables) {
+  const std::string tool = tavrin::test::ToolPath();
+  if (tool.empty()) GTEST_SKIP() << "the tavrin tool is not built";
+  const std::string dir = tavrin::test::FreshDir("strings-tool");
+  ASSERT_TRUE(tavrin::test::WriteFile(dir + "/good.strings", "\"a\" = \"1\"\n\"b\" = \"2\"\n"));
+  ASSERT_TRUE(tavrin::test::WriteFile(dir + "/bad.strings",
+                                      "// c\r\n\"a\" = x\r\n\"b\" = \"2\"\r\n\"c\r\n"));
+  const std::string q = "'" + tool + "' strings ";
+  std::string out;
+  EXPECT_EQ(tavrin::test::RunShell(q + "check '" + dir + "/good.strings'", &out), 0);
+  EXPECT_EQ(out, dir + "/good.strings: 2 entries, 0 rejected\n");
+  // Rejected lines go to standard error as FILE:LINE: text.
+  EXPECT_EQ(
+      tavrin::test::RunShell(
+          q + "check '" + dir + "/good.strings' '" + dir + "/bad.strings' 2>&1 >/dev/null", &out),
+      1);
+  EXPECT_EQ(out, dir + "/bad.strings:2: \"a\" = x\n" + dir + "/bad.strings:4: \"c\n");
+  EXPECT_EQ(tavrin::test::RunShell(q + "check '" + dir + "/bad.strings' 2>/dev/null", &out), 1);
+  EXPECT_EQ(out, dir + "/bad.strings: 1 entries, 2 rejected\n");
+  EXPECT_EQ(tavrin::test::RunShell(q + "check '" + dir + "/none' 2>/dev/null", &out), 1);
+  EXPECT_EQ(tavrin::test::RunShell(q + "check 2>/dev/null"), 2);
+  EXPECT_EQ(tavrin::test::RunShell(q + "2>/dev/null"), 2);
+  EXPECT_EQ(tavrin::test::RunShell(q + "list x 2>/dev/null"), 2);
+}
+
+TEST(StringTranslatorTest, ToolGetsTranslations) {
+  const std::string tool = tavrin::test::ToolPath();
+  if (tool.empty()) GTEST_SKIP() << "the tavrin tool is not built";
+  const std::string dir = tavrin::test::FreshDir("strings-tool-get");
+  ASSERT_TRUE(tavrin::test::WriteFile(dir + "/t.strings", Utf16("\"Open\" = \"\xC3\x96"
+                                                                "ffnen\"\r\n\"Two\\nlines\" = "
+                                                                "\"Zwei\\nZeilen\"\r\n",
+                                                                false)));
+  const std::string q = "'" + tool + "' strings get '" + dir + "/t.strings' ";
+  std::string out;
+  EXPECT_EQ(tavrin::test::RunShell(q + "Open", &out), 0);
+  EXPECT_EQ(out,
+            "\xC3\x96"
+            "ffnen\n");
+  EXPECT_EQ(tavrin::test::RunShell(q + "\"$(printf 'Two\\nlines')\"", &out), 0);
+  EXPECT_EQ(out, "Zwei\nZeilen\n");
+  EXPECT_EQ(tavrin::test::RunShell(q + "Close", &out), 1);
+  EXPECT_EQ(out, "Close\n");
+  EXPECT_EQ(tavrin::test::RunShell(q + "2>/dev/null"), 2);
+  EXPECT_EQ(
+      tavrin::test::RunShell("'" + tool + "' strings get '" + dir + "/none' Open 2>/dev/null"), 1);
 }
 
 }  // namespace

@@ -4,7 +4,10 @@
 
 #include <utility>
 
+#include "common/utils/fileutils.h"
 #include "common/utils/internal/stringtable_internal.h"
+#include "common/utils/platform.h"
+#include "common/utils/textfile.h"
 
 namespace tavrin::utils::detail {
 namespace {
@@ -139,6 +142,15 @@ bool StringTranslator::KeyLess::operator()(const tavrin_ustring& a, const tavrin
 
 StringTranslator::~StringTranslator() = default;
 
+bool StringTranslator::LoadStringTable(const tavrin_ustring& path,
+                                       std::vector<StringTableParseError>* errors) {
+  CTextFile file;
+  if (!file.Open(path)) return false;
+  tavrin::utils::detail::StringTableAccess::ReadLines(
+      *this, [&file](tavrin_ustring* line) { return file.GetLine(line); }, errors);
+  return true;
+}
+
 bool StringTranslator::LookupString(const tavrin_ustring& key, tavrin_ustring* out) const {
   if (out == nullptr) return false;
   if (!key.empty() && !m_strings.empty()) {
@@ -151,3 +163,55 @@ bool StringTranslator::LookupString(const tavrin_ustring& key, tavrin_ustring* o
   *out = key;
   return false;
 }
+
+namespace tavrin::utils::Localization {
+namespace {
+
+// The process-wide choice made by Initialize: a string table file, or the
+// platform's localisation with the kept bundle identifier and table name
+// (empty when none was given).
+struct State {
+  StringTranslator string_translator;
+  bool use_string_translator = false;
+  tavrin_ustring bundle_identifier;
+  tavrin_ustring bundle_table;
+};
+
+State& GetState() {
+  static State state;
+  return state;
+}
+
+}  // namespace
+
+bool Initialize(const tavrin_ustring& bundleId, const tavrin_ustring& table) {
+  State& state = GetState();
+  if (!GetFileLocation(table).empty() && bundleId.empty()) {
+    state.use_string_translator = true;
+    return state.string_translator.LoadStringTable(table, nullptr);
+  }
+  if (!bundleId.empty()) state.bundle_identifier = bundleId;
+  if (!table.empty()) state.bundle_table = table;
+  return true;
+}
+
+tavrin_ustring LookupStringReturnUstring(const char* key) {
+  if (key == nullptr || *key == '\0') return tavrin_ustring();
+  const State& state = GetState();
+  if (state.use_string_translator) {
+    tavrin_ustring out;
+    state.string_translator.LookupString(tavrin_ustring(key), &out);
+    return out;
+  }
+  return tavrin_ustring(
+      platform::LocalizedString(state.bundle_identifier.utf8(), state.bundle_table.utf8(), key));
+}
+
+tavrin_ustring LookupStringReturnUstring(const char* key, const char* fallback) {
+  tavrin_ustring result = LookupStringReturnUstring(key);
+  // Nothing translated: the fallback (a null one changes nothing).
+  if (result == key) result = fallback;
+  return result;
+}
+
+}  // namespace tavrin::utils::Localization

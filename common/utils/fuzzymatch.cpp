@@ -216,35 +216,34 @@ std::vector<SearchResult> FuzzySearch(const std::vector<Searchable>& items,
   if (pattern8.empty()) return results;
   const detail::FuzzyMatcherUtf8 matcher(pattern8.c_str());
 
-  // Matches with their input position, the last tie-break of both sorts.
+  // Matches with their sort keys (copied, so sorting does not chase the
+  // items) and input position, the last tie-break of both sorts.
   struct Scored {
     int score;
     std::size_t index;
+    unsigned long long key;
+    unsigned long long order;
   };
   std::vector<Scored> scored;
   std::string text8;  // one buffer for every text
   for (std::size_t i = 0; i < items.size(); ++i) {
     const int score = matcher.Score(ToUtf8(items[i].text, text8));
-    if (score != 0) scored.push_back(Scored{score, i});
+    if (score != 0) scored.push_back(Scored{score, i, items[i].key, items[i].order});
   }
 
   // Best of each key: by key, then best score, then earliest item.
-  std::sort(scored.begin(), scored.end(), [&items](const Scored& a, const Scored& b) {
-    const unsigned long long ka = items[a.index].key, kb = items[b.index].key;
-    if (ka != kb) return ka < kb;
+  std::sort(scored.begin(), scored.end(), [](const Scored& a, const Scored& b) {
+    if (a.key != b.key) return a.key < b.key;
     if (a.score != b.score) return a.score > b.score;
     return a.index < b.index;
   });
   scored.erase(std::unique(scored.begin(), scored.end(),
-                           [&items](const Scored& a, const Scored& b) {
-                             return items[a.index].key == items[b.index].key;
-                           }),
+                           [](const Scored& a, const Scored& b) { return a.key == b.key; }),
                scored.end());
   // Best first: score, then the caller's order, then input position.
-  std::sort(scored.begin(), scored.end(), [&items](const Scored& a, const Scored& b) {
+  std::sort(scored.begin(), scored.end(), [](const Scored& a, const Scored& b) {
     if (a.score != b.score) return a.score > b.score;
-    const unsigned long long oa = items[a.index].order, ob = items[b.index].order;
-    if (oa != ob) return oa < ob;
+    if (a.order != b.order) return a.order < b.order;
     return a.index < b.index;
   });
 

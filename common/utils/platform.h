@@ -76,7 +76,38 @@ using tavrin::utils::tavrin_ustring;
 // Section: timers and run loop (timer, debouncer).
 // ---------------------------------------------------------------------------
 
+}  // namespace tavrin::platform
 
+namespace tavrin::utils {
+class CommandInvoker;
+class Timer;
+}  // namespace tavrin::utils
+
+namespace tavrin::platform {
+
+// StartRunLoopTimer()
+//
+// Creates the platform timer behind tavrin::utils::Timer::Start, scheduled on
+// the calling thread's run loop (Linux: a GLib timeout source on the
+// thread-default main context), repeating exactly when count > 1. The timer
+// owns `invoker`. Never returns null.
+tavrin::utils::Timer* StartRunLoopTimer(tavrin::utils::CommandInvoker* invoker,
+                                        double intervalSeconds, unsigned long count);
+
+// RunLoopIteration()
+//
+// One iteration of the calling thread's run loop: dispatches the ready
+// sources, with `mayBlock` after waiting for one. Returns whether anything
+// was dispatched.
+bool RunLoopIteration(bool mayBlock);
+
+// SendCommandAction()
+//
+// Delivers a named action through the platform's own mechanism (Foundation:
+// up the responder chain). Returns false when the platform has none (Linux),
+// so the caller hands the name to the application's dispatcher. `action` is
+// non-null and NUL-terminated.
+bool SendCommandAction(const char* action);
 
 // ---------------------------------------------------------------------------
 // Section: localization and operating-system queries (stringtranslator,

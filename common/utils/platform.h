@@ -113,7 +113,56 @@ bool SendCommandAction(const char* action);
 // Section: localization and operating-system queries (stringtranslator,
 // osutils).
 // ---------------------------------------------------------------------------
+//
+// The raw answers behind tavrin::osutils::SystemQueries (see osutils.h for
+// each one's meaning). Text is UTF-8; "" means unknown. None of these
+// throws.
 
+}  // namespace tavrin::platform
 
+#include <vector>
+
+namespace tavrin::platform {
+
+// The operating system's version as text, "major.minor.patch..." (Linux: the
+// kernel release of uname); "" when unavailable.
+std::string OsVersionText();
+// Whether GetOS applies the macOS release table (false on Linux, where GetOS
+// names the system instead).
+bool OsCodesFollowMacReleases();
+// The system's own name (Linux: PRETTY_NAME of os-release).
+std::string OsName();
+// The radix character of the user's locale, read from the environment
+// without touching the process's global locale.
+std::string UserDecimalSeparator();
+// The user's first preferred language as a locale name.
+std::string PreferredLanguage();
+// strtod of `text` (a NUL-terminated number in the "C" locale's form, as
+// TextToDouble's scanner assembled it) under the "C" locale.
+double ReadCNumber(const char* text);
+// The raw full-name record of the real user (Linux: GECOS).
+std::string UserFullName();
+// The path of the running program.
+std::string ExecutablePath();
+// Manufacturer and model of the machine, as read (untrimmed).
+std::string DeviceManufacturer();
+std::string DeviceModel();
+// The translated-process query: 0 with `value`, or an errno value (ENOENT:
+// no such query).
+int ProcessTranslation(int& value);
+// Pixels per inch of the main screen, or of the screen holding `window`;
+// 0 when unknown.
+int ScreenPixelsPerInch();
+int WindowPixelsPerInch(void* window);
+// Hand targets to the desktop; each returns whether the launch worked.
+bool OpenTarget(const std::string& target, bool isFile);
+bool OpenFilePaths(const std::vector<std::string>& paths);
+bool OpenFileWithApplication(const std::string& path, const std::string& application);
+bool ShowInFileViewer(const std::string& path);
+// Sleeps `milliseconds` (above 0), resuming after signals.
+void SleepMilliseconds(std::int64_t milliseconds);
+// A profiler event: 0 point of interest, 1 region begins, 2 region ends.
+void ProfilerEvent(int event, std::uint32_t code, std::uint32_t a, std::uint32_t b,
+                   std::uint32_t c, std::uint32_t d);
 
 }  // namespace tavrin::platform

@@ -295,3 +295,14 @@ TEST(AngleInfoTest, CopiesLeaveSuppressDashesBehind) {
 }
 
 }  // namespace
+
+namespace {
+// The step table must give exactly what the power function gives.
+TEST(LengthInfoTest, DecimalStepsMatchThePowerFunction) {
+  LengthInfo length;
+  for (int p = -30; p <= 30; ++p) {
+    double expected = p == 0 ? 1.0 : 1.0 / std::pow(10.0, p);
+    EXPECT_EQ(length.PrecisionAsUnit(UnitsInfo::kDecimal, p, UnitsInfo::kInches), expected) << p;
+  }
+}
+}  // namespace

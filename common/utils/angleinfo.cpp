@@ -82,7 +82,7 @@ double AngleInfo::PrecisionAsUnit() const {
 }
 
 double AngleInfo::PrecisionAsUnit(Format, int p, Units u) const {
-  double factor = p == 0 ? 1.0 : 1.0 / std::pow(10.0, p);
+  double factor = p == 0 ? 1.0 : 1.0 / PowerOfTen(p);
   return factor * GetUnitsScale(u);
 }
 

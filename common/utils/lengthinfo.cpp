@@ -104,7 +104,7 @@ double LengthInfo::PrecisionAsUnit(Format f, int p, Units u) const {
   // ldexp gives the binary step for every p: exactly 1/(1 << p) where a
   // shift is defined, and a sensible step for negative or large p.
   if (IsBinaryFormat(f)) return std::ldexp(1.0, -p);
-  double factor = p == 0 ? 1.0 : 1.0 / std::pow(10.0, p);
+  double factor = p == 0 ? 1.0 : 1.0 / PowerOfTen(p);
   return factor * GetUnitsScale(u);
 }
 

@@ -1,11 +1,10 @@
 // notificationcenter.cpp - the synchronous notification hub.
 //
 // Safety during dispatch: while a dispatch of a kind runs, nothing removes
-// entries from the tables that kind walks (removals are queued), so the list
-// node or vector a dispatch is walking stays alive. Name lists are
-// std::list, whose iterators survive appends; identifier vectors are re-read
-// by index at every step and reached through a reference, which survives a
-// rehash of the map.
+// entries from the tables that kind walks (removals are queued), so the
+// vector a dispatch is walking stays alive. Vectors are re-read by index at
+// every step (an append may reallocate them) and reached through a
+// reference into a node-based map, which survives insertions and rehashing.
 #include "common/utils/notificationcenter.h"
 
 #include <algorithm>
@@ -71,7 +70,7 @@ void CNotificationCenter::AddObserver(const char* name, IObserver* observer) {
   if (name == nullptr) return;
   auto it = m_observersByName.find(std::string_view(name));
   if (it == m_observersByName.end())
-    it = m_observersByName.emplace(name, std::list<IObserver*>()).first;
+    it = m_observersByName.emplace(name, std::vector<IObserver*>()).first;
   it->second.push_back(observer);
   UnQueueFromRemoval(name, observer);
 }
@@ -91,7 +90,7 @@ void CNotificationCenter::RemoveObserver(const char* name, IObserver* observer) 
   }
   auto it = m_observersByName.find(std::string_view(name));
   if (it == m_observersByName.end()) return;
-  it->second.remove(observer);
+  EraseAll(it->second, observer);
   if (it->second.empty()) m_observersByName.erase(it);
 }
 
@@ -113,7 +112,7 @@ void CNotificationCenter::RemoveObserver(IObserver* observer) {
   }
   std::vector<std::string> emptied;
   for (auto& [name, list] : m_observersByName) {
-    list.remove(observer);
+    EraseAll(list, observer);
     if (list.empty()) emptied.push_back(name);
   }
   for (auto it = m_observersById.begin(); it != m_observersById.end();) {
@@ -131,12 +130,13 @@ void CNotificationCenter::SendNamed(const char* name, Payload&& payload) {
   if (name == nullptr) return;
   auto found = m_observersByName.find(std::string_view(name));
   if (found == m_observersByName.end()) return;
-  std::list<IObserver*>& observers = found->second;
-  // The links are followed as they are at each step, so observers appended
-  // by a handler are reached in this same dispatch.
-  for (auto it = observers.begin(); it != observers.end(); ++it) {
-    IObserver* observer = *it;
-    if (observer == nullptr || IsQueuedForRemoval(name, observer)) continue;
+  std::vector<IObserver*>& observers = found->second;
+  // The size is read again at every step, so observers appended by a handler
+  // are reached in this same dispatch.
+  for (std::size_t i = 0; i < observers.size(); ++i) {
+    IObserver* observer = observers[i];
+    if (observer == nullptr || (HasQueuedRemovals() && IsQueuedForRemoval(name, observer)))
+      continue;
     if (!onMainThread && !observer->ReceivesNotificationsOffMainThread()) continue;
     observer->OnNotification(name, payload);
   }
@@ -163,7 +163,7 @@ void CNotificationCenter::SendNotification(const NotificationId& id, const std::
   const std::size_t count = observers.size();
   for (std::size_t i = 0; i < count; ++i) {
     IObserver* observer = observers[i];
-    if (IsQueuedForRemoval(id, observer)) continue;
+    if (HasQueuedRemovals() && IsQueuedForRemoval(id, observer)) continue;
     if (!onMainThread && !observer->ReceivesNotificationsOffMainThread()) continue;
     observer->OnNotification(id, data);
   }

@@ -33,7 +33,6 @@
 #include <any>
 #include <cstdint>
 #include <functional>
-#include <list>
 #include <map>
 #include <string>
 #include <string_view>
@@ -172,10 +171,17 @@ class TAVRIN_EXPORT CNotificationCenter {
   void Disable() { m_enabled = false; }
 
  private:
+  bool HasQueuedRemovals() const {
+    return !m_removeFromAll.empty() || !m_nameRemovals.empty() || !m_idRemovals.empty();
+  }
   template <class Payload>
   void SendNamed(const char* name, Payload&& payload);
 
-  std::map<std::string, std::list<tavrin::IObserver*>, std::less<>> m_observersByName;
+  // Each name's observers in registration order. A vector walked by index,
+  // re-reading its size at every step, reaches observers appended during the
+  // dispatch exactly as a linked list would, and removals never happen while
+  // a name dispatch runs.
+  std::map<std::string, std::vector<tavrin::IObserver*>, std::less<>> m_observersByName;
   std::unordered_map<tavrin::NotificationId, std::vector<tavrin::IObserver*>> m_observersById;
   int m_idDispatchDepth = 0;
   int m_nameDispatchDepth = 0;

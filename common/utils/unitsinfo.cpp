@@ -94,6 +94,16 @@ int UnitsInfo::ClosestStepPrecision(double x, double base) {
   return 7;
 }
 
+double UnitsInfo::PowerOfTen(int p) {
+  // Every power of ten up to 1e22 is exact in a double, and std::pow returns
+  // it exactly; the table just avoids the call on the rounding path.
+  static constexpr double kExact[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                      1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                      1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+  if (p >= 0 && p <= 22) return kExact[p];
+  return std::pow(10.0, p);
+}
+
 double UnitsInfo::RoundHalfUp(double value, double step) {
   return step * std::floor(value / step + 0.5);
 }

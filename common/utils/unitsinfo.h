@@ -115,6 +115,9 @@ class TAVRIN_EXPORT UnitsInfo {
   // (ties move on to the finer step). An infinite x gives 7, a NaN x 0.
   static int ClosestStepPrecision(double x, double base);
 
+  // 10^p as std::pow(10.0, p) gives it (exact table for 0..22).
+  static double PowerOfTen(int p);
+
   // step * floor(value / step + 0.5): halves round toward +infinity.
   static double RoundHalfUp(double value, double step);
 

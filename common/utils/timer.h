@@ -11,8 +11,9 @@
 // - A timer owns its invoker and deletes it with itself. A timer whose last
 //   firing is done deletes itself (unless told not to); an invoker must never
 //   delete the timer it runs in.
-// - A timer fires only while the loop runs; a program without a loop of its
-//   own can drive it with the helpers of internal/runloop_internal.h.
+// - A timer fires only while the loop runs: a program without a loop of its
+//   own (GTK, Qt, GLib) has to iterate the thread-default GLib main context
+//   itself for its timers to fire.
 #pragma once
 
 #include <cstdint>

@@ -16,8 +16,10 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #if defined(__has_include)
@@ -248,7 +250,24 @@ std::string OsName() {
   return ReadOsReleasePrettyName("/usr/lib/os-release").value_or("");
 }
 
-std::string UserDecimalSeparator() {
+namespace {
+
+// The environment that decides what newlocale(LC_ALL_MASK, "", 0) loads.
+std::string LocaleEnvironment() {
+  static constexpr const char* kVariables[] = {
+      "LC_ALL",     "LC_NUMERIC", "LANG",         "LOCPATH",        "LC_CTYPE",
+      "LC_COLLATE", "LC_TIME",    "LC_MONETARY",  "LC_MESSAGES",    "LC_PAPER",
+      "LC_NAME",    "LC_ADDRESS", "LC_TELEPHONE", "LC_MEASUREMENT", "LC_IDENTIFICATION"};
+  std::string key;
+  for (const char* variable : kVariables) {
+    const char* value = std::getenv(variable);
+    key += value != nullptr ? value : "\x01";  // unset differs from empty
+    key += '\0';
+  }
+  return key;
+}
+
+std::string ReadRadixOfTheEnvironment() {
   // The whole locale first; when one of its categories is not installed,
   // the numeric category alone still answers.
   locale_t locale = ::newlocale(LC_ALL_MASK, "", static_cast<locale_t>(0));
@@ -260,6 +279,26 @@ std::string UserDecimalSeparator() {
   std::string result = radix != nullptr ? radix : "";
   ::freelocale(locale);
   return result;
+}
+
+}  // namespace
+
+std::string UserDecimalSeparator() {
+  // Loading a locale is costly (and with LOCPATH set, glibc keeps a little
+  // memory each time), so the answer is kept while the variables that
+  // choose the locale stay the same.
+  static std::mutex mutex;
+  static std::string cached_key;
+  static std::string cached_radix;
+  static bool cached = false;
+  std::string key = LocaleEnvironment();
+  std::lock_guard<std::mutex> lock(mutex);
+  if (!cached || key != cached_key) {
+    cached_radix = ReadRadixOfTheEnvironment();
+    cached_key = std::move(key);
+    cached = true;
+  }
+  return cached_radix;
 }
 
 std::string PreferredLanguage() {

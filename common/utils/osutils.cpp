@@ -122,6 +122,28 @@ bool StartsWithUnits(const unsigned short* text, const tavrin_ustring& prefix) {
   return !prefix.empty();
 }
 
+// The "C" form of a number being read: on the stack while short, on the
+// heap beyond that (a number may have any count of digits).
+class NumberText {
+ public:
+  void Add(char c) {
+    if (size_ + 1 < sizeof small_) {
+      small_[size_++] = c;
+      small_[size_] = '\0';
+      return;
+    }
+    if (large_.empty()) large_.assign(small_, size_);
+    large_.push_back(c);
+    ++size_;
+  }
+  const char* CString() const { return large_.empty() ? small_ : large_.c_str(); }
+
+ private:
+  char small_[80] = {};
+  std::size_t size_ = 0;
+  std::string large_;
+};
+
 // The file logger's file in UTF-8, "" when the logger has none.
 std::string LogFilePathOfTheLogger() {
   return std::string();  // PENDING: CFileLogger::GetLogFile() once the file logger is in
@@ -304,17 +326,17 @@ bool TextToDouble(const unsigned short* text, double& value) {
   if (separator.empty()) separator = tavrin_ustring(".");
 
   // Assemble the number in the "C" form ("-12.5e3") while scanning.
-  std::string number;
+  NumberText number;
   const unsigned short* p = text;
   while (IsUnitSpace(*p)) ++p;
-  if (*p == '+' || *p == '-') number.push_back(static_cast<char>(*p++));
+  if (*p == '+' || *p == '-') number.Add(static_cast<char>(*p++));
   bool digits = false, seen_separator = false;
   for (;;) {
     if (IsDigitUnit(*p)) {
-      number.push_back(static_cast<char>(*p++));
+      number.Add(static_cast<char>(*p++));
       digits = true;
     } else if (!seen_separator && StartsWithUnits(p, separator)) {
-      number.push_back('.');
+      number.Add('.');
       p += separator.size();
       seen_separator = true;
     } else {
@@ -324,14 +346,13 @@ bool TextToDouble(const unsigned short* text, double& value) {
   if (!digits) return false;
   if (*p == 'e' || *p == 'E') {
     const unsigned short* q = p + 1;
-    std::string exponent = "e";
-    if (*q == '+' || *q == '-') exponent.push_back(static_cast<char>(*q++));
-    if (IsDigitUnit(*q)) {
-      while (IsDigitUnit(*q)) exponent.push_back(static_cast<char>(*q++));
-      number += exponent;
+    if (*q == '+' || *q == '-') ++q;
+    if (IsDigitUnit(*q)) {  // the exponent counts only with its digits
+      for (const unsigned short* e = p; e != q; ++e) number.Add(static_cast<char>(*e));
+      while (IsDigitUnit(*q)) number.Add(static_cast<char>(*q++));
     }
   }
-  value = platform::ReadCNumber(number.c_str());
+  value = platform::ReadCNumber(number.CString());
   return true;
 }
 

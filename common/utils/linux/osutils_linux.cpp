@@ -252,20 +252,33 @@ std::string OsName() {
 
 namespace {
 
-// The environment that decides what newlocale(LC_ALL_MASK, "", 0) loads.
-std::string LocaleEnvironment() {
-  static constexpr const char* kVariables[] = {
-      "LC_ALL",     "LC_NUMERIC", "LANG",         "LOCPATH",        "LC_CTYPE",
-      "LC_COLLATE", "LC_TIME",    "LC_MONETARY",  "LC_MESSAGES",    "LC_PAPER",
-      "LC_NAME",    "LC_ADDRESS", "LC_TELEPHONE", "LC_MEASUREMENT", "LC_IDENTIFICATION"};
-  std::string key;
-  for (const char* variable : kVariables) {
-    const char* value = std::getenv(variable);
-    key += value != nullptr ? value : "\x01";  // unset differs from empty
-    key += '\0';
+// The variables that decide the numeric category of newlocale(..., "", 0):
+// the radix depends on nothing else (a whole-locale load that fails falls
+// back to the numeric category alone, below).
+constexpr const char* kNumericVariables[] = {"LC_ALL", "LC_NUMERIC", "LANG", "LOCPATH"};
+constexpr std::size_t kNumericVariableCount =
+    sizeof kNumericVariables / sizeof kNumericVariables[0];
+
+// What those variables held when the radix was last read.
+struct NumericEnvironment {
+  std::string values[kNumericVariableCount];
+  bool set[kNumericVariableCount] = {};
+
+  bool Matches() const {
+    for (std::size_t i = 0; i < kNumericVariableCount; ++i) {
+      const char* value = std::getenv(kNumericVariables[i]);
+      if ((value != nullptr) != set[i] || (value != nullptr && values[i] != value)) return false;
+    }
+    return true;
   }
-  return key;
-}
+  void Capture() {
+    for (std::size_t i = 0; i < kNumericVariableCount; ++i) {
+      const char* value = std::getenv(kNumericVariables[i]);
+      set[i] = value != nullptr;
+      values[i] = value != nullptr ? value : "";
+    }
+  }
+};
 
 std::string ReadRadixOfTheEnvironment() {
   // The whole locale first; when one of its categories is not installed,
@@ -286,19 +299,18 @@ std::string ReadRadixOfTheEnvironment() {
 std::string UserDecimalSeparator() {
   // Loading a locale is costly (and with LOCPATH set, glibc keeps a little
   // memory each time), so the answer is kept while the variables that
-  // choose the locale stay the same.
+  // choose the numeric category stay the same.
   static std::mutex mutex;
-  static std::string cached_key;
-  static std::string cached_radix;
+  static NumericEnvironment environment;
+  static std::string radix;
   static bool cached = false;
-  std::string key = LocaleEnvironment();
   std::lock_guard<std::mutex> lock(mutex);
-  if (!cached || key != cached_key) {
-    cached_radix = ReadRadixOfTheEnvironment();
-    cached_key = std::move(key);
+  if (!cached || !environment.Matches()) {
+    environment.Capture();
+    radix = ReadRadixOfTheEnvironment();
     cached = true;
   }
-  return cached_radix;
+  return radix;
 }
 
 std::string PreferredLanguage() {

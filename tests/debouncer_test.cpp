@@ -19,6 +19,7 @@
 
 #include "common/utils/internal/runloop_internal.h"
 #include "common/utils/timer.h"
+#include "tests/test_support.h"
 
 using tavrin::utils::CommandInvoker;
 using tavrin::utils::Debouncer;
@@ -332,6 +333,23 @@ TEST_F(DebouncerTest, RealProcessorClockAdvancesWithWork) {
   EXPECT_GT(internal::ProcessorTicks(), start);
   EXPECT_TRUE(d.HasTimeoutExpired());
   d.Terminate();
+}
+
+TEST(DebouncerToolTest, ToolShowsABurstCollapsing) {
+  const std::string tool = tavrin::test::ToolPath();
+  if (tool.empty()) GTEST_SKIP() << "the tavrin tool is not built";
+  std::string out;
+  ASSERT_EQ(tavrin::test::RunShell("'" + tool +
+                                       "' timers --interval 1 --count 2 --timeout 500 "
+                                       "--requests 3 --spacing 1",
+                                   &out),
+            0);
+  EXPECT_NE(out.find("firing 2 at"), std::string::npos) << out;
+  EXPECT_EQ(out.find("firing 3"), std::string::npos) << out;
+  EXPECT_NE(out.find("deleted itself after 2 firings"), std::string::npos) << out;
+  EXPECT_NE(out.find(" ms (starts a burst)\n  request 2 at "), std::string::npos) << out;
+  EXPECT_NE(out.find("3 requests gave 1 callback"), std::string::npos) << out;
+  EXPECT_EQ(tavrin::test::RunShell("'" + tool + "' timers --count -1 2>/dev/null"), 2);
 }
 
 }  // namespace

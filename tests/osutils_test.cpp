@@ -661,6 +661,24 @@ TEST_F(OsUtilsTest, DeviceInfoTrimsAndFallsBack) {
   EXPECT_EQ(U8(info.model), "*UNKNOWN*");
 }
 
+TEST_F(OsUtilsTest, ToolReportsTheQueries) {
+  const std::string tool = tavrin::test::ToolPath();
+  if (tool.empty()) GTEST_SKIP() << "the tavrin tool is not built";
+  std::string out;
+  ASSERT_EQ(tavrin::test::RunShell("'" + tool + "' sysinfo --ppi 144", &out), 0);
+  const OsVersion v = osutils::GetOsVersion();
+  const std::string version =
+      std::to_string(v.major) + "." + std::to_string(v.minor) + "." + std::to_string(v.patch);
+  EXPECT_NE(out.find("os version          " + version), std::string::npos) << out;
+  EXPECT_NE(out.find("translation         " + U8(osutils::GetProcessTranslationEnvironmentStr())),
+            std::string::npos)
+      << out;
+  EXPECT_NE(out.find("pixels per inch     144 (dpi factor 2:"), std::string::npos) << out;
+  EXPECT_NE(out.find("device              *UNKNOWN* / "), std::string::npos) << out;
+  EXPECT_EQ(tavrin::test::RunShell("'" + tool + "' sysinfo --ppi x 2>/dev/null"), 2);
+  EXPECT_EQ(tavrin::test::RunShell("'" + tool + "' sysinfo extra 2>/dev/null"), 2);
+}
+
 // --- Hooks ------------------------------------------------------------------------------
 
 TEST_F(OsUtilsTest, HooksCanBeReadBackChainedAndReset) {

@@ -311,6 +311,26 @@ TEST_F(OsUtilsLinuxTest, RevealCallsTheFileManagerOverTheSessionBus) {
   EXPECT_TRUE(IsFolderOf(folder_call, path));
 }
 
+TEST_F(OsUtilsLinuxTest, ToolOpensUrlsAndFiles) {
+  const std::string tool = tavrin::test::ToolPath();
+  if (tool.empty()) GTEST_SKIP() << "the tavrin tool is not built";
+  EXPECT_EQ(RunShell(Quote(tool) + " open 'tavrintest:from the tool'"), 0);
+  EXPECT_EQ(WaitForHandler("url"), "tavrintest:from%20the%20tool\n");
+  SetUp();
+  const std::string a = MakeFile("one.txt", "1\n");
+  const std::string b = MakeFile("two.txt", "2\n");
+  EXPECT_EQ(RunShell(Quote(tool) + " open " + Quote(a) + " " + Quote(b)), 0);
+  EXPECT_EQ(WaitForOutputs(1), (std::vector<std::string>{"files: " + a + "\n" + b + "\n"}));
+  SetUp();
+  EXPECT_EQ(RunShell(Quote(tool) + " open --with tavrin-test-viewer " + Quote(a)), 0);
+  EXPECT_EQ(WaitForHandler("viewer"), a + "\n");
+  EXPECT_EQ(RunShell(Quote(tool) + " open " + Quote(TempRoot() + "/absent.txt") + " 2>/dev/null"),
+            1);
+  EXPECT_EQ(RunShell(Quote(tool) + " open tavrin-nobody:x 2>/dev/null"), 1);
+  EXPECT_EQ(RunShell(Quote(tool) + " open 2>/dev/null"), 2);
+  EXPECT_EQ(RunShell(Quote(tool) + " open --reveal tavrintest:x 2>/dev/null"), 2);
+}
+
 // --- os-release and DMI readers -------------------------------------------------------
 
 TEST_F(OsUtilsLinuxTest, OsReleasePrettyNameForms) {

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "common/utils/allocator.h"
+#include "common/utils/analyticsmanager.h"
 #include "common/utils/angleinfo.h"
 #include "common/utils/application.h"
 #include "common/utils/auto_release_pool.h"
@@ -14,7 +15,9 @@
 #include "common/utils/color.h"
 #include "common/utils/colorize.h"
 #include "common/utils/convertutf.h"
+#include "common/utils/dictionary.h"
 #include "common/utils/export.h"
+#include "common/utils/fileutils.h"
 #include "common/utils/guid.h"
 #include "common/utils/history.h"
 #include "common/utils/lengthinfo.h"
@@ -29,3 +32,4 @@
 #include "common/utils/unichar.h"
 #include "common/utils/unitsinfo.h"
 #include "common/utils/ustring.h"
+#include "common/utils/variant.h"

@@ -19,6 +19,7 @@
 #include <utility>
 #include <vector>
 
+#include "common/utils/filelogger.h"
 #include "common/utils/internal/osutils_internal.h"
 #include "common/utils/platform.h"
 
@@ -146,7 +147,7 @@ class NumberText {
 
 // The file logger's file in UTF-8, "" when the logger has none.
 std::string LogFilePathOfTheLogger() {
-  return std::string();  // PENDING: CFileLogger::GetLogFile() once the file logger is in
+  return CFileLogger::GetLogFile().utf8();
 }
 
 std::string AsciiLower(std::string text) {

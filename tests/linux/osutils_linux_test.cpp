@@ -34,6 +34,7 @@
 #include <sanitizer/lsan_interface.h>
 #endif
 
+#include "common/utils/filelogger.h"
 #include "common/utils/internal/osutils_internal.h"
 #include "common/utils/osutils.h"
 #include "tests/test_support.h"
@@ -263,6 +264,20 @@ TEST_F(OsUtilsLinuxTest, ShowLogFileUsesTheLogFileHook) {
   osutils::SetSystemQueries(q);
   osutils::ShowLogFileWithSystemViewer();
   EXPECT_TRUE(IsFolderOf(WaitForHandler("folder"), path));
+}
+
+TEST_F(OsUtilsLinuxTest, ShowLogFileRevealsTheFileLoggersFile) {
+  ScopedEnv no_bus("DBUS_SESSION_BUS_ADDRESS", nullptr);
+  osutils::ShowLogFileWithSystemViewer();  // no log file yet: nothing happens
+  ASSERT_TRUE(CFileLogger::Initialize(tavrin_ustring("tavrin-reveal")));
+  CFileLogger::Write(tavrin_ustring("one line\n"));
+  const std::string log = CFileLogger::GetLogFile().utf8();
+  ASSERT_FALSE(log.empty());
+  osutils::ShowLogFileWithSystemViewer();
+  const std::string folder_call = WaitForHandler("folder");
+  CFileLogger::Terminate();
+  EXPECT_TRUE(IsFolderOf(folder_call, log));
+  EXPECT_EQ(WaitForOutputs(1).size(), 1u);  // only the one call, after Initialize
 }
 
 // A private session bus: the file manager's ShowItems call goes over it (a

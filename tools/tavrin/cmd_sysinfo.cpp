@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <string>
 
+#include "common/utils/fileutils.h"
 #include "common/utils/osutils.h"
 #include "tools/tavrin/cli.h"
 
@@ -19,19 +20,14 @@ const char kUsage[] =
     "distribution), the application language code made from the user's preferred\n"
     "language, the decimal separator of the user's locale, the user's full name,\n"
     "the device, the process translation environment, the executable directory,\n"
-    "pixels per inch with the DPI factor derived from them, and the user folders\n"
-    "the environment names.\n\n"
+    "pixels per inch with the DPI factor derived from them, and the user's\n"
+    "folders (see `tavrin folders` for all of them).\n\n"
     "The library links no display toolkit, so pixels per inch are 0 unless given:\n"
     "  --ppi N   report N pixels per inch, as an application reports its screen\n\n"
     "Exit status: 0 ok, 2 usage error.\n";
 
 std::string Shown(const tavrin_ustring& text) {
   return text.empty() ? std::string("(none)") : text.utf8();
-}
-
-std::string Environment(const char* name) {
-  const char* value = std::getenv(name);
-  return value != nullptr && *value != '\0' ? value : "(unset)";
 }
 
 void Report(std::FILE* out) {
@@ -64,9 +60,12 @@ void Report(std::FILE* out) {
   std::fprintf(out, "pixels per inch     %d (dpi factor %g: 100 logical px = %d physical)\n",
                os::GetPixelsPerInch(), tavrin::utils::HighDpiUtils::DpiScaleFactor(),
                tavrin::utils::HighDpiUtils::ScaleForDpi(100));
-  std::fprintf(out, "folders             home %s\n", Environment("HOME").c_str());
-  std::fprintf(out, "                    data %s, config %s\n",
-               Environment("XDG_DATA_HOME").c_str(), Environment("XDG_CONFIG_HOME").c_str());
+  std::fprintf(out, "folders             home %s\n", Shown(tavrin::utils::HomeDirectory()).c_str());
+  std::fprintf(out, "                    documents %s\n",
+               Shown(tavrin::utils::UserDocumentsDirectory()).c_str());
+  std::fprintf(out, "                    application data %s (machine: %s)\n",
+               Shown(tavrin::utils::UserApplicationDataDirectory()).c_str(),
+               Shown(tavrin::utils::MachineApplicationDataDirectory()).c_str());
 }
 
 int Run(const Args& args) {

@@ -33,13 +33,13 @@ using tavrin::utils::Searchable;
 using tavrin::utils::tavrin_ustring;
 
 const char* const kWords[] = {
-    "mesh",   "edge",    "face",    "vertex",  "loop",   "bridge", "fill",    "bevel",
-    "extrude", "loft",   "mirror",  "array",   "snap",   "grid",   "camera",  "light",
-    "render", "material", "normal", "uv",      "seam",   "weld",   "knife",   "merge",
-    "split",  "select",  "toggle",  "import",  "export", "scene",  "object",  "group",
-    "layer",  "curve",   "surface", "patch",   "boolean", "union", "smooth",  "shade",
-    "preview", "bake",   "texture", "node",    "socket", "shader", "world",   "frame",
-    "key",    "pose",    "bone",    "rig",     "weight", "paint",  "sculpt",  "brush"};
+    "mesh",    "edge",     "face",    "vertex", "loop",    "bridge", "fill",   "bevel",
+    "extrude", "loft",     "mirror",  "array",  "snap",    "grid",   "camera", "light",
+    "render",  "material", "normal",  "uv",     "seam",    "weld",   "knife",  "merge",
+    "split",   "select",   "toggle",  "import", "export",  "scene",  "object", "group",
+    "layer",   "curve",    "surface", "patch",  "boolean", "union",  "smooth", "shade",
+    "preview", "bake",     "texture", "node",   "socket",  "shader", "world",  "frame",
+    "key",     "pose",     "bone",    "rig",    "weight",  "paint",  "sculpt", "brush"};
 constexpr std::size_t kWordCount = sizeof(kWords) / sizeof(kWords[0]);
 
 std::string Capitalized(std::string w) {

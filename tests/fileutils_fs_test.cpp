@@ -721,3 +721,51 @@ TEST(FileUtilsTest, BinaryCompareFiles) {
 }
 
 }  // namespace
+
+namespace {
+
+using tavrin::utils::CreateTempFilePath;
+using tavrin::utils::CreateUniqueFilePath;
+using tavrin::utils::WriteBufferToTempFile;
+
+TEST(UniqueFilePathTest, NumbersFollowTheBaseName) {
+  std::string dir = tavrin::test::FreshDir("unique");
+  tavrin::utils::tavrin_ustring folder(dir);
+  EXPECT_EQ(CreateUniqueFilePath(folder, "report", "txt").utf8(), dir + "/report.txt");
+  ASSERT_TRUE(tavrin::test::WriteFile(dir + "/report.txt", "x"));
+  EXPECT_EQ(CreateUniqueFilePath(folder, "report", "txt").utf8(), dir + "/report(2).txt");
+  ASSERT_TRUE(tavrin::test::WriteFile(dir + "/report(2).txt", "x"));
+  ::mkdir((dir + "/report(3).txt").c_str(), 0700);  // a directory takes the name too
+  EXPECT_EQ(CreateUniqueFilePath(folder, "report", "txt").utf8(), dir + "/report(4).txt");
+}
+
+TEST(UniqueFilePathTest, TempFilesAreCreatedExclusivelyInThePrivateFolder) {
+  tavrin::utils::tavrin_ustring folder;
+  tavrin::utils::GetTempPath(folder);
+  ASSERT_FALSE(folder.empty());
+  tavrin::utils::tavrin_ustring planned = CreateTempFilePath("scratch", "bin");
+  EXPECT_EQ(planned.utf8(), folder.utf8() + "/scratch.bin");
+  EXPECT_FALSE(tavrin::utils::FileExists(planned));  // only named
+  const char bytes[] = {'a', '\0', 'b'};
+  tavrin::utils::tavrin_ustring first =
+      WriteBufferToTempFile(bytes, sizeof bytes, "scratch", "bin");
+  tavrin::utils::tavrin_ustring second = WriteBufferToTempFile(bytes, 1, "scratch", "bin");
+  EXPECT_EQ(first.utf8(), folder.utf8() + "/scratch.bin");
+  EXPECT_EQ(second.utf8(), folder.utf8() + "/scratch(2).bin");
+  EXPECT_EQ(tavrin::test::ReadFile(first.utf8()), std::string(bytes, 3));
+  EXPECT_EQ(tavrin::test::ReadFile(second.utf8()), "a");
+}
+
+TEST(UniqueFilePathTest, TempFileNeverFollowsAPlantedLink) {
+  tavrin::utils::tavrin_ustring folder;
+  tavrin::utils::GetTempPath(folder);
+  ASSERT_FALSE(folder.empty());
+  std::string victim = tavrin::test::FreshDir("victim") + "/target";
+  ASSERT_TRUE(tavrin::test::WriteFile(victim, "keep"));
+  ASSERT_EQ(::symlink(victim.c_str(), (folder.utf8() + "/planted.txt").c_str()), 0);
+  tavrin::utils::tavrin_ustring path = WriteBufferToTempFile("new", 3, "planted", "txt");
+  EXPECT_EQ(path.utf8(), folder.utf8() + "/planted(2).txt");  // the link counts as taken
+  EXPECT_EQ(tavrin::test::ReadFile(victim), "keep");
+}
+
+}  // namespace

@@ -254,6 +254,36 @@ MakeAbsolutePathFromPathRelativeToCWD(const tavrin_ustring& path);
 // of the root alone when not even the root and "..." fit.
 [[nodiscard]] TAVRIN_EXPORT tavrin_ustring GetShortPath(const tavrin_ustring& path, int maxLength);
 
+// CreateUniqueFilePath()
+//
+// A path in `directory` where nothing exists yet: baseName + extension, else
+// baseName + "(2)" + extension, "(3)", ... ("report.txt", "report(2).txt").
+// It only names the file: another process may take the name first, so create
+// the file with an exclusive create (O_EXCL), as WriteBufferToTempFile does.
+// The search has no upper limit.
+[[nodiscard]] TAVRIN_EXPORT tavrin_ustring CreateUniqueFilePath(const tavrin_ustring& directory,
+                                                                const tavrin_ustring& baseName,
+                                                                const tavrin_ustring& extension);
+
+// CreateTempFilePath()
+//
+// CreateUniqueFilePath in the private temporary folder (GetTempPath); empty
+// when there is no usable temporary folder. Names the file only (see above).
+[[nodiscard]] TAVRIN_EXPORT tavrin_ustring CreateTempFilePath(const tavrin_ustring& baseName,
+                                                              const tavrin_ustring& extension);
+
+// WriteBufferToTempFile()
+//
+// Creates a new file in the private temporary folder with the next free name
+// of CreateTempFilePath (exclusive create, never following a link; a name
+// taken meanwhile moves on to the next number), writes and syncs the `length`
+// bytes at `bytes` and returns its path. Empty on any failure, and then no
+// partial file is left.
+[[nodiscard]] TAVRIN_EXPORT tavrin_ustring WriteBufferToTempFile(const void* bytes,
+                                                                 std::size_t length,
+                                                                 const tavrin_ustring& baseName,
+                                                                 const tavrin_ustring& extension);
+
 // ---------------------------------------------------------------------------
 // File-system operations: queries, locks, copy, move, delete, listings,
 // whole-file read and write.

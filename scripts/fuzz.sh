@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds the libFuzzer targets with clang (AddressSanitizer and
 # UndefinedBehaviorSanitizer, the library instrumented for coverage) and runs
-# each one for a bounded time, one after the other with one job, starting
+# each one for a bounded time, one after the other in one process, starting
 # from its seed corpus in fuzz/corpus/<name>. Prints one line per target:
 # seconds run, executions, executions per second, final coverage (edges and
 # features), corpus size and the number of crash, leak or timeout files.
@@ -50,7 +50,8 @@ for n in "${names[@]}"; do
   fi
   start=$(date +%s)
   set +e
-  "$exe" -max_total_time="$seconds" -jobs=1 -timeout=10 -rss_limit_mb=2048 -max_len=4096 \
+  # One process (no -jobs/-workers): the machine is shared.
+  "$exe" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -max_len=4096 \
     -print_final_stats=1 -artifact_prefix="$work/artifacts/" "$work/corpus" >"$work/log" 2>&1
   rc=$?
   set -e

@@ -23,6 +23,7 @@ sources=(
   notificationcenter_test.cpp
   mutex_test.cpp
   filelogger_test.cpp
+  linux/filelogger_linux_test.cpp
   linux/thread_safety_test.cpp
   linux/file_faults_test.cpp
 )

@@ -90,6 +90,13 @@ struct Model {
   std::vector<Model> map_values, pair_values;
 };
 
+// The value of `key` in a model dictionary, or null.
+const Model* MapFind(const Model& m, const std::u16string& key) {
+  for (std::size_t k = 0; k < m.map_keys.size(); ++k)
+    if (m.map_keys[k] == key) return &m.map_values[k];
+  return nullptr;
+}
+
 // Sets `key` in a model dictionary: the last value for a key wins.
 void MapSet(Model& m, const std::u16string& key, const Model& value) {
   std::size_t k = 0;
@@ -565,8 +572,18 @@ struct Machine {
     } else if (kind % 3 == 1) {
       Variant::Map map;
       for (int k = 0; k < count; ++k) {
-        map[Ustring(keys[k])] = reg[from[k]];  // a repeated key: the last value wins
-        MapSet(m, keys[k], CopyOf(model[from[k]]));
+        // A repeated key: the last value wins, assigned with operator= over
+        // the earlier one, so a timestamp over a string keeps that string's
+        // reference there too. Counted for pooled strings; skipped for
+        // strings made here (nothing could release them afterwards).
+        const Model* old = MapFind(m, keys[k]);
+        const Model& src = model[from[k]];
+        if (old != nullptr && old->type == Variant::kString && src.type == Variant::kTimestamp) {
+          if (old->pool < 0) continue;
+          ++leaked[old->pool];
+        }
+        map[Ustring(keys[k])] = reg[from[k]];
+        MapSet(m, keys[k], CopyOf(src));
       }
       m.type = Variant::kDictionary;
       if (kind & 0x80)
@@ -650,9 +667,21 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     m.pool_text[p] = std::u16string(1 + p, static_cast<char16_t>(u'p' + p));
     m.pool[p] = RefCountedString::Create(Ustring(m.pool_text[p]));
   }
+  // VARIANT_FUZZ_TRACE=1 prints each step (to read a crash file by hand).
+  static const bool trace = std::getenv("VARIANT_FUZZ_TRACE") != nullptr;
   for (int step = 0; step < 64 && !in.Empty(); ++step) {
     const std::uint8_t op = in.Byte();
     const int a = (op >> 4) % kRegisters;
+    if (trace) {
+      static const char* const kOps[9] = {"scalar",     "string",        "pooled",  "copy", "move",
+                                          "collection", "self-contents", "element", "clear"};
+      std::fprintf(stderr, "step %d: %s into %d; counts", step, kOps[op % 9], a);
+      for (int p = 0; p < kPool; ++p)
+        std::fprintf(stderr, " %llu", static_cast<unsigned long long>(m.pool[p]->GetRefCount()));
+      std::fprintf(stderr, "; types");
+      for (int k = 0; k < kRegisters; ++k) std::fprintf(stderr, " %u", m.reg[k].GetType());
+      std::fprintf(stderr, "\n");
+    }
     switch (op % 9) {
       case 0:
         m.Scalar(in, a);

@@ -17,6 +17,7 @@
 #include "common/utils/convertutf.h"
 #include "common/utils/dictionary.h"
 #include "common/utils/export.h"
+#include "common/utils/fileutils.h"
 #include "common/utils/guid.h"
 #include "common/utils/history.h"
 #include "common/utils/lengthinfo.h"

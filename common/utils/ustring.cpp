@@ -146,7 +146,10 @@ void tavrin_ustring::assign_utf8(const char* s, unsigned long len) {
 }
 
 void tavrin_ustring::assign_multibyte(const char* s) {
-  if (s == nullptr) return;
+  if (s == nullptr) {  // null is empty text, like input the locale cannot read
+    str_.clear();
+    return;
+  }
   std::size_t n = std::mbstowcs(nullptr, s, 0);
   if (n == static_cast<std::size_t>(-1)) {
     str_.clear();

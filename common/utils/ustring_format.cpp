@@ -194,6 +194,9 @@ class Exchanger {
   // Whether units pass unchanged until the next "%".
   bool IsPlain() const { return state_ == State::kPlain; }
 
+  // The state Step leaves after "%", an insert digit and "$".
+  void SetAfterDollar() { state_ = State::kAfterDollar; }
+
   // Copies `n` units that hold no "%" to `out`, exchanging as Step would:
   // only the first unit, or the unit after the first "$" while an insert
   // number is open, can change.
@@ -241,6 +244,28 @@ std::size_t RewriteInserts(const unsigned short* in, std::size_t n, unsigned sho
           o += end - i;
         }
         if (end == n) return static_cast<std::size_t>(o - out);
+        if (ex.IsPlain() && end + 2 < n && IsInsertDigit(in[end + 1]) &&
+            (in[end + 2] == u' ' || in[end + 2] == u'!')) {
+          // "%n " and "%n!": the usual inserts, written as the states above
+          // would write them ("%n$s " and "%n$" through an Exchanger that
+          // was plain before the "%": "%n$S " leaves it plain, "%n$" leaves
+          // it after a "$").
+          o[0] = kPercent;
+          o[1] = in[end + 1];
+          o[2] = u'$';
+          if (in[end + 2] == u' ') {
+            o[3] = u'S';
+            o[4] = u' ';
+            o += 5;
+            i = end + 2;
+            break;
+          }
+          o += 3;
+          ex.SetAfterDollar();
+          i = end + 2;
+          state = State::kInsideBang;
+          break;
+        }
         *o++ = ex.Step(kPercent);
         i = end;
         state = State::kAfterPercent;

@@ -81,6 +81,13 @@ class SmallVector {
     for (std::size_t i = size_; i < n; ++i) data_[i] = fill;
     size_ = n;
   }
+  // Grows to `n` elements and leaves the new ones unset, for a caller that
+  // writes every one of them next; never shrinks.
+  void GrowUnset(std::size_t n) {
+    if (n <= size_) return;
+    if (n > capacity_) Grow(n);
+    size_ = n;
+  }
 
  private:
   void Grow(std::size_t at_least) {
@@ -207,6 +214,13 @@ bool IsDigit(unsigned short c) {
   return c >= u'0' && c <= u'9';
 }
 
+// A letter that is not a length modifier: after "%" or "%n$" it can only be
+// the conversion itself.
+bool IsBareConversion(unsigned short c) {
+  const bool letter = (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z');
+  return letter && c != u'h' && c != u'l' && c != u'j' && c != u'z' && c != u't' && c != u'L';
+}
+
 // Parses the whole format. Returns false when it must be rejected.
 class Parser {
  public:
@@ -237,8 +251,14 @@ class Parser {
     if (mode_ == Mode::kUnknown) mode_ = wanted;
     if (mode_ != wanted) return false;  // numbered and unnumbered mixed
     if (position == 0) position = ++next_sequential_;
+    if (position == kinds.size() + 1) {
+      // The next position (the usual case): appended, nothing read back.
+      kinds.push_back(kind);
+      used = position;
+      return true;
+    }
     if (position > kinds.size()) {
-      // New positions: the slot is unused, so nothing is read back.
+      // New positions past a gap: the slot is unused, nothing is read back.
       kinds.GrowTo(position, ArgKind::kNone);
     } else {
       const ArgKind slot = kinds[position - 1];
@@ -312,70 +332,74 @@ bool Parser::Parse(SmallVector<Spec, 16>& specs, SmallVector<ArgKind, 16>& kinds
       }
     }
 
-    // Flags.
-    for (; i_ < n_; ++i_) {
-      const unsigned short c = f_[i_];
-      if (c == u'-') {
-        s.flags |= kFlagLeft;
-      } else if (c == u'+') {
-        s.flags |= kFlagPlus;
-      } else if (c == u' ') {
-        s.flags |= kFlagSpace;
-      } else if (c == u'#') {
-        s.flags |= kFlagAlt;
-      } else if (c == u'0') {
-        s.flags |= kFlagZero;
-      } else if (c == u'\'') {
-        // Grouping: accepted, and never done.
-      } else {
-        break;
+    // A conversion letter straight away (the usual case) has no flags,
+    // width, precision or length: none of those starts with such a letter.
+    if (i_ >= n_ || !IsBareConversion(f_[i_])) {
+      // Flags.
+      for (; i_ < n_; ++i_) {
+        const unsigned short c = f_[i_];
+        if (c == u'-') {
+          s.flags |= kFlagLeft;
+        } else if (c == u'+') {
+          s.flags |= kFlagPlus;
+        } else if (c == u' ') {
+          s.flags |= kFlagSpace;
+        } else if (c == u'#') {
+          s.flags |= kFlagAlt;
+        } else if (c == u'0') {
+          s.flags |= kFlagZero;
+        } else if (c == u'\'') {
+          // Grouping: accepted, and never done.
+        } else {
+          break;
+        }
       }
-    }
 
-    // Width.
-    if (i_ < n_ && f_[i_] == u'*') {
-      ++i_;
-      if (!ReadStarArgument(kinds, s.width_arg)) return false;
-    } else if (i_ < n_ && IsDigit(f_[i_])) {
-      unsigned long long value = 0;
-      if (!ReadNumber(INT_MAX, value)) return false;
-      s.width = static_cast<int>(value);
-    }
-
-    // Precision ("." alone is 0).
-    if (i_ < n_ && f_[i_] == u'.') {
-      ++i_;
+      // Width.
       if (i_ < n_ && f_[i_] == u'*') {
         ++i_;
-        if (!ReadStarArgument(kinds, s.precision_arg)) return false;
-      } else {
+        if (!ReadStarArgument(kinds, s.width_arg)) return false;
+      } else if (i_ < n_ && IsDigit(f_[i_])) {
         unsigned long long value = 0;
         if (!ReadNumber(INT_MAX, value)) return false;
-        s.precision = static_cast<int>(value);
+        s.width = static_cast<int>(value);
       }
-    }
 
-    // Length modifier.
-    if (i_ < n_) {
-      const unsigned short c = f_[i_];
-      const unsigned short next = i_ + 1 < n_ ? f_[i_ + 1] : 0;
-      if (c == u'h') {
-        s.length = next == u'h' ? Length::kHH : Length::kH;
-      } else if (c == u'l') {
-        s.length = next == u'l' ? Length::kLL : Length::kL;
-      } else if (c == u'j') {
-        s.length = Length::kJ;
-      } else if (c == u'z') {
-        s.length = Length::kZ;
-      } else if (c == u't') {
-        s.length = Length::kT;
-      } else if (c == u'L') {
-        s.length = Length::kBigL;
-      }
-      if (s.length == Length::kHH || s.length == Length::kLL) {
-        i_ += 2;
-      } else if (s.length != Length::kNone) {
+      // Precision ("." alone is 0).
+      if (i_ < n_ && f_[i_] == u'.') {
         ++i_;
+        if (i_ < n_ && f_[i_] == u'*') {
+          ++i_;
+          if (!ReadStarArgument(kinds, s.precision_arg)) return false;
+        } else {
+          unsigned long long value = 0;
+          if (!ReadNumber(INT_MAX, value)) return false;
+          s.precision = static_cast<int>(value);
+        }
+      }
+
+      // Length modifier.
+      if (i_ < n_) {
+        const unsigned short c = f_[i_];
+        const unsigned short next = i_ + 1 < n_ ? f_[i_ + 1] : 0;
+        if (c == u'h') {
+          s.length = next == u'h' ? Length::kHH : Length::kH;
+        } else if (c == u'l') {
+          s.length = next == u'l' ? Length::kLL : Length::kL;
+        } else if (c == u'j') {
+          s.length = Length::kJ;
+        } else if (c == u'z') {
+          s.length = Length::kZ;
+        } else if (c == u't') {
+          s.length = Length::kT;
+        } else if (c == u'L') {
+          s.length = Length::kBigL;
+        }
+        if (s.length == Length::kHH || s.length == Length::kLL) {
+          i_ += 2;
+        } else if (s.length != Length::kNone) {
+          ++i_;
+        }
       }
     }
 
@@ -504,7 +528,16 @@ void AppendNumber(OutBuffer& out, const char* sign_and_prefix, std::size_t prefi
                   std::size_t leading_zeros, const char* digits, std::size_t digit_count,
                   std::size_t width, bool left, bool zero_pad) {
   const std::size_t total = prefix_len + leading_zeros + digit_count;
-  const std::size_t pad = width > total ? width - total : 0;
+  if (width <= total) {
+    // No padding (the usual case): one reservation for all the units.
+    unsigned short* p = out.Extend(total);
+    for (std::size_t i = 0; i < prefix_len; ++i)
+      *p++ = static_cast<unsigned char>(sign_and_prefix[i]);
+    for (std::size_t i = 0; i < leading_zeros; ++i) *p++ = u'0';
+    for (std::size_t i = 0; i < digit_count; ++i) *p++ = static_cast<unsigned char>(digits[i]);
+    return;
+  }
+  const std::size_t pad = width - total;
   if (!left && !zero_pad) AppendRepeated(out, pad, u' ');
   AppendAscii(out, sign_and_prefix, prefix_len);
   AppendRepeated(out, leading_zeros + (zero_pad && !left ? pad : 0), u'0');
@@ -538,6 +571,10 @@ std::size_t UnitLength(const unsigned short* s) {
 
 void AppendUnits(OutBuffer& out, const unsigned short* units, std::size_t n, std::size_t width,
                  bool left) {
+  if (width <= n) {
+    out.Append(units, n);
+    return;
+  }
   const Padding pad = PadFor(n, width, left);
   AppendRepeated(out, pad.before, u' ');
   out.Append(units, n);
@@ -849,8 +886,13 @@ bool WriteConversion(OutBuffer& out, const Spec& s, const ArgValue* args, CLocal
     const int p = static_cast<int>(args[s.precision_arg - 1].i);
     precision = p < 0 ? kNoValue : p;
   }
-  Spec spec = s;
-  if (left_from_star) spec.flags |= kFlagLeft;
+  // A negative "*" width means "-": the record is copied only then.
+  Spec adjusted;
+  if (left_from_star) {
+    adjusted = s;
+    adjusted.flags |= kFlagLeft;
+  }
+  const Spec& spec = left_from_star ? adjusted : s;
   const bool left = (spec.flags & kFlagLeft) != 0;
   const ArgValue& v = args[s.value_arg - 1];
   const char conv = s.conversion;
@@ -1021,7 +1063,7 @@ bool FormatUtf16V(const unsigned short* format, unsigned long length, va_list ar
   }
 
   SmallVector<ArgValue, 16> values;
-  values.GrowTo(kinds.size(), ArgValue{});
+  values.GrowUnset(kinds.size());  // every slot is read from the list below
   if (kinds.size() != 0) {
     va_list ap;
     va_copy(ap, args);

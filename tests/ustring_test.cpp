@@ -748,3 +748,34 @@ TEST(UstringTest, ShortStringsDoNotAllocate) {
 }
 
 }  // namespace
+
+#include "common/utils/tavrinassert.h"
+
+namespace {
+
+class AssertCounter : public tavrin::utils::IAssertLogger {
+ public:
+  void LogAssertion(const char* utf8) override { messages.push_back(utf8); }
+  std::vector<std::string> messages;
+};
+
+// safe_copy never consults destSize for what it writes; debug builds report a
+// count beyond it through the assertion hook, release builds stay silent.
+TEST(UstringSafeCopyTest, DebugBuildsReportCountBeyondDestSize) {
+  AssertCounter hook;
+  tavrin::utils::SetLoggerHook(&hook);
+  tavrin::utils::tavrin_ustring s("abcdefghij");
+  unsigned short buf[8] = {};
+  EXPECT_EQ(s.safe_copy(buf, 2, 5), 5u);
+  EXPECT_EQ(buf[4], 'e');
+  EXPECT_EQ(s.safe_copy(buf, 8, 3), 3u);
+  tavrin::utils::SetLoggerHook(nullptr);
+#ifndef NDEBUG
+  ASSERT_EQ(hook.messages.size(), 1u);
+  EXPECT_NE(hook.messages[0].find("safe_copy"), std::string::npos);
+#else
+  EXPECT_TRUE(hook.messages.empty());
+#endif
+}
+
+}  // namespace

@@ -26,6 +26,7 @@
 #include <thread>
 
 #include "common/utils/osutils.h"
+#include "common/utils/tavrinassert.h"
 
 namespace tavrin {
 
@@ -72,6 +73,18 @@ bool OnMainThread() {
   g_mainThread.store(self, std::memory_order_relaxed);
   return true;
 }
+
+#ifndef NDEBUG
+constexpr std::size_t kRunawayDispatch = 1000000;
+
+// A handler that adds itself for the name it handles makes a name dispatch
+// endless; say so once the walk is clearly out of bounds (the entry at
+// index 1,000,000 is about to be reached).
+void ReportRunawayDispatch() {
+  tavrin::utils::AssertFailed(__FILE__, __LINE__,
+                              "name dispatch reached more than 1000000 observers");
+}
+#endif
 
 template <class Vector>
 void EraseAll(Vector& v, IObserver* observer) {
@@ -191,6 +204,9 @@ void CNotificationCenter::SendNamed(const char* name, Payload payload) {
       IObserver* const* p = items + i;
       IObserver* const* const end = items + observers.size();
       while (p != end) {
+#ifndef NDEBUG
+        if (static_cast<std::size_t>(p - items) == kRunawayDispatch) ReportRunawayDispatch();
+#endif
         IObserver* observer = *p++;
         if (observer == nullptr) continue;
         observer->OnNotification(name, payload);
@@ -199,6 +215,9 @@ void CNotificationCenter::SendNamed(const char* name, Payload payload) {
       i = static_cast<std::size_t>(p - items);
       continue;
     }
+#ifndef NDEBUG
+    if (i == kRunawayDispatch) ReportRunawayDispatch();
+#endif
     IObserver* observer = observers[i++];
     if (observer == nullptr || (HasQueuedRemovals() && IsQueuedForRemoval(name, observer)))
       continue;

@@ -6,7 +6,12 @@
 - (CColor)wirelumeColor {
   // Catalogue colours stand for a system role, not for fixed components.
   if ([self type] == NSColorTypeCatalog) return CColor::White;
-  NSColor* rgb = [self colorUsingColorSpace:[NSColorSpace genericRGBColorSpace]];
+  // A pattern colour has no components to convert. Apple's AppKit answers
+  // nil for it; GNUstep raises instead, and an exception raised there cannot
+  // be caught in Objective-C++ built by GCC, so it is never asked.
+  NSColor* rgb = [self type] == NSColorTypePattern
+                     ? nil
+                     : [self colorUsingColorSpace:[NSColorSpace genericRGBColorSpace]];
   if (rgb == nil) {
     NSLog(@"Cannot convert color to RGB: %@\n", [self description]);
     return CColor::White;

@@ -4,8 +4,10 @@
 //
 // Foundation layer only (Objective-C++, manual reference counting). NSString
 // and tavrin_ustring both hold UTF-16 units, so conversions between them copy
-// units without transcoding; surrogate pairs and lone surrogates pass
-// unchanged. Class methods return autoreleased strings: call them inside an
+// units without transcoding. Apple's Foundation keeps unpaired surrogates as
+// they are; GNUstep's refuses to make a string of them, so there each unpaired
+// surrogate becomes U+FFFD (the length is unchanged) and no method answers
+// nil. Class methods return autoreleased strings: call them inside an
 // autorelease pool (AutoReleasePool).
 //
 // Messages that return a C++ object (stdstring, TavrinUstring) must never be

@@ -347,11 +347,20 @@ bool Parser::Parse(std::vector<Conversion>& conversions, std::vector<ArgKind>& k
 
 // --- Writing ---------------------------------------------------------------
 
+// Appends n units as they are. (The string's traits copy like ustrncpy,
+// which would stop at a zero unit.)
+void AppendRaw(Units& out, const unsigned short* p, std::size_t n) {
+  if (n == 0) return;
+  const std::size_t old = out.size();
+  out.resize(old + n);
+  std::memcpy(out.data() + old, p, n * sizeof(unsigned short));
+}
+
 void AppendUnits(Units& out, const unsigned short* units, std::size_t n, std::size_t width,
                  bool left) {
   const std::size_t pad = width > n ? width - n : 0;
   if (!left) out.append(pad, u' ');
-  out.append(units, n);
+  AppendRaw(out, units, n);
   if (left) out.append(pad, u' ');
 }
 
@@ -446,9 +455,9 @@ void AppendLaidOut(Units& out, const unsigned short* prefix, std::size_t prefix_
   const std::size_t total = prefix_len + zeros + digit_count;
   const std::size_t pad = width > total ? width - total : 0;
   if (!left && !zero_pad) out.append(pad, u' ');
-  out.append(prefix, prefix_len);
+  AppendRaw(out, prefix, prefix_len);
   out.append(zeros + (zero_pad && !left ? pad : 0), u'0');
-  out.append(digits, digit_count);
+  AppendRaw(out, digits, digit_count);
   if (left) out.append(pad, u' ');
 }
 
@@ -812,14 +821,14 @@ bool FormatUtf16V(const unsigned short* format, unsigned long length, va_list ar
     const CLocaleScope c_locale;
 #endif
     for (const Conversion& c : conversions) {
-      text.append(format + c.literal_begin, c.literal_end - c.literal_begin);
+      AppendRaw(text, format + c.literal_begin, c.literal_end - c.literal_begin);
       if (!WriteConversion(text, c, values)) {
         out.str().clear();
         return false;
       }
     }
   }
-  text.append(format + tail, length - tail);
+  AppendRaw(text, format + tail, length - tail);
   out.str().swap(text);
   return true;
 }

@@ -423,3 +423,33 @@ TEST(IsMainThreadTest, FirstCallerIsMain) {
 }
 
 }  // namespace
+
+#include "common/utils/dictionary.h"
+
+namespace {
+
+class DictionaryObserver : public IObserver {
+ public:
+  using IObserver::OnNotification;
+  void OnNotification(const char* name, const tavrin::utils::Dictionary& data) override {
+    seen = &data;
+    names.push_back(name);
+  }
+  const tavrin::utils::Dictionary* seen = nullptr;
+  std::vector<std::string> names;
+};
+
+TEST(NotificationCenterPayloadTest, DictionaryPayloadReachesItsOwnSlot) {
+  tavrin::osutils::IsMainThread();
+  CNotificationCenter centre;
+  DictionaryObserver observer;
+  centre.AddObserver("changed", &observer);
+  tavrin::utils::Dictionary payload;
+  centre.SendNotification("changed", payload);
+  centre.SendNotification("changed",
+                          static_cast<void*>(nullptr));  // the untyped slot: ignored here
+  EXPECT_EQ(observer.seen, &payload);
+  EXPECT_EQ(observer.names, std::vector<std::string>{"changed"});
+}
+
+}  // namespace

@@ -86,8 +86,14 @@ ScopedEnv::~ScopedEnv() {
     ::unsetenv(name_.c_str());
 }
 
-ScopedTimeZone::ScopedTimeZone(const char* tz) : env_("TZ", tz) { ::tzset(); }
+ScopedTimeZone::ScopedTimeZone(const char* tz) {
+  env_.emplace("TZ", tz);
+  ::tzset();
+}
 
-ScopedTimeZone::~ScopedTimeZone() { ::tzset(); }
+ScopedTimeZone::~ScopedTimeZone() {
+  env_.reset();  // restore TZ first, then reload the zone
+  ::tzset();
+}
 
 }  // namespace tavrin::test

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <random>
 #include <string>
 #include <vector>
@@ -59,7 +60,7 @@ class ScopedTimeZone {
   ~ScopedTimeZone();
 
  private:
-  ScopedEnv env_;
+  std::optional<ScopedEnv> env_;
 };
 
 }  // namespace tavrin::test

@@ -64,6 +64,11 @@ using tavrin::utils::tavrin_ustring;
 // Section: identifiers and random bytes (guid).
 // ---------------------------------------------------------------------------
 
+// FillRandomBytes() - fills `size` bytes at `out` from the operating system's
+// cryptographic random source (Linux: getrandom(2), interrupted calls
+// retried, /dev/urandom when the call is missing). Returns false when no
+// source delivers all `size` bytes; the bytes at `out` are then unspecified.
+bool FillRandomBytes(void* out, std::size_t size);
 
 
 // ---------------------------------------------------------------------------

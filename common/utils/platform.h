@@ -75,6 +75,17 @@ bool FillRandomBytes(void* out, std::size_t size);
 // Section: files, folders and diagnostics (fileutils, textfile, trace).
 // ---------------------------------------------------------------------------
 
+// GetWorkingDirectory() - the process's working directory in the file
+// system's byte form, whatever its length. False with `out` cleared when it
+// cannot be read (the directory was removed, no permission).
+bool GetWorkingDirectory(std::string& out);
+
+// CreateNewFile() - creates the file `path` (byte form) only if nothing is
+// there (O_CREAT|O_EXCL|O_NOFOLLOW|O_CLOEXEC, mode 0666 under the umask),
+// writes the `length` bytes at `bytes` and syncs them. Returns 0 on success;
+// EEXIST when something already exists at the path (it is left alone); any
+// other errno value on failure, after removing the partial file.
+int CreateNewFile(const std::string& path, const void* bytes, std::size_t length);
 
 
 // ---------------------------------------------------------------------------

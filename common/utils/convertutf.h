@@ -35,7 +35,9 @@ typedef enum {
   sourceIllegal     // an input sequence or value is not acceptable in this mode
 } ConversionResult;
 
-typedef enum { strictConversion = 0, lenientConversion = 1 } ConversionFlags;
+// Any non-zero value is lenient; the fixed underlying type keeps such values
+// defined.
+typedef enum : int { strictConversion = 0, lenientConversion = 1 } ConversionFlags;
 
 // ConvertUTF8toUTF16()
 //

@@ -7,6 +7,7 @@
 // string they return.
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstddef>
 #include <iterator>
 #include <string>
@@ -692,5 +693,36 @@ tavrin_ustring FirstFreeFilePath(const tavrin_ustring& directory, const tavrin_u
 }
 
 }  // namespace detail
+
+tavrin_ustring CreateUniqueFilePath(const tavrin_ustring& directory, const tavrin_ustring& baseName,
+                                    const tavrin_ustring& extension) {
+  return detail::FirstFreeFilePath(directory, baseName, extension,
+                                   [](const tavrin_ustring& path) { return FileExists(path); });
+}
+
+tavrin_ustring CreateTempFilePath(const tavrin_ustring& baseName, const tavrin_ustring& extension) {
+  tavrin_ustring folder;
+  GetTempPath(folder);
+  if (folder.empty()) return tavrin_ustring();
+  return CreateUniqueFilePath(folder, baseName, extension);
+}
+
+tavrin_ustring WriteBufferToTempFile(const void* bytes, std::size_t length,
+                                     const tavrin_ustring& baseName,
+                                     const tavrin_ustring& extension) {
+  if (bytes == nullptr && length != 0) return tavrin_ustring();
+  tavrin_ustring folder;
+  GetTempPath(folder);
+  if (folder.empty()) return tavrin_ustring();
+  // Each candidate is created exclusively, so a name another process takes
+  // between the existence check and the create moves us on to the next one.
+  for (unsigned long n = 1;; ++n) {
+    tavrin_ustring candidate = detail::UniqueFilePathCandidate(folder, baseName, extension, n);
+    if (FileExists(candidate)) continue;
+    int error = platform::CreateNewFile(candidate.utf8(), bytes, length);
+    if (error == 0) return candidate;
+    if (error != EEXIST) return tavrin_ustring();
+  }
+}
 
 }  // namespace tavrin::utils

@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "common/utils/osutils.h"
+#include "common/utils/tavrinassert.h"
 
 namespace tavrin {
 
@@ -48,6 +49,10 @@ class DispatchScope {
   CNotificationCenter& centre_;
   int& depth_;
 };
+
+#ifndef NDEBUG
+constexpr std::size_t kRunawayDispatch = 1000000;
+#endif
 
 template <class Vector>
 void EraseAll(Vector& v, IObserver* observer) {
@@ -134,6 +139,13 @@ void CNotificationCenter::SendNamed(const char* name, Payload&& payload) {
   // The size is read again at every step, so observers appended by a handler
   // are reached in this same dispatch.
   for (std::size_t i = 0; i < observers.size(); ++i) {
+#ifndef NDEBUG
+    // A handler that adds itself for the name it handles makes this walk
+    // endless; say so once the walk is clearly out of bounds.
+    if (i == kRunawayDispatch)
+      tavrin::utils::AssertFailed(__FILE__, __LINE__,
+                                  "name dispatch reached more than 1000000 observers");
+#endif
     IObserver* observer = observers[i];
     if (observer == nullptr || (HasQueuedRemovals() && IsQueuedForRemoval(name, observer)))
       continue;

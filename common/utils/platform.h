@@ -74,6 +74,155 @@ bool FillRandomBytes(void* out, std::size_t size);
 // ---------------------------------------------------------------------------
 // Section: files, folders and diagnostics (fileutils, textfile, trace).
 // ---------------------------------------------------------------------------
+//
+// Paths cross this seam as the file system's byte form (std::string holding
+// UTF-8); the portable units apply the library's rules (normalising, tilde
+// expansion, fallbacks) and call these for the system work. Nothing here
+// throws; failure is the result named in each comment.
+}  // namespace tavrin::platform
+
+#include <cstddef>
+#include <cstdio>
+#include <vector>
+
+namespace tavrin::platform {
+
+// What a path names, as lstat (not following a final symbolic link) sees it.
+enum class EntryKind { kMissing, kFile, kDirectory, kSymlink, kOther };
+
+// One entry of a directory, as ReadDirectory gives it.
+struct DirectoryEntry {
+  std::string name;         // the name within its directory (no "/")
+  EntryKind kind;           // from lstat, never from the directory record
+  std::string link_target;  // readlink text for kSymlink, else empty
+};
+
+// Size and times of the item a path names after its symbolic links are
+// resolved.
+struct ItemAttributes {
+  bool is_directory = false;
+  std::uint64_t size = 0;
+  std::int64_t modification_time = 0;  // seconds since 1970
+  std::int64_t creation_time = 0;      // birth time, else modification time
+};
+
+// Which time GetOpenedFileTime reads.
+enum class FileTimeField { kModification, kStatusChange, kAccess };
+
+// Existence and kind, following symbolic links (stat). False for "".
+bool PathExists(const std::string& path);
+bool PathIsDirectory(const std::string& path);
+// The kind of the item itself (lstat).
+EntryKind PathKind(const std::string& path);
+// access(2) with the real user and group IDs. False for "".
+bool PathIsWritable(const std::string& path);
+bool PathIsReadable(const std::string& path);
+// The containing directory is writable and, when it has the sticky bit, the
+// effective user owns the item or the directory (or is the superuser).
+bool PathIsDeletable(const std::string& path);
+
+// Exclusive, non-blocking flock on a descriptor opened write-only; the
+// descriptor (the lock handle) or -1.
+int LockPath(const std::string& path);
+// Releases and closes; false for a null handle, -1, or a failed unlock.
+bool UnlockPath(int* handle);
+// True when another descriptor holds the lock; false when the file cannot be
+// opened for writing.
+bool PathIsLocked(const std::string& path);
+
+// stat (following links) and chmod changing only the owner-write bit; nothing
+// is written when the bit is already right. False when either call fails.
+bool SetOwnerWritable(const std::string& path, bool writable);
+// realpath (the path unchanged when that fails), then the attributes; false
+// for a missing item.
+bool GetResolvedAttributes(const std::string& path, ItemAttributes& out);
+// Opens read-only (non-blocking), fstat, closes: the chosen time in seconds,
+// 0 when the file cannot be opened.
+std::int64_t GetOpenedFileTime(const std::string& path, FileTimeField field);
+// stat(2) into `out` (an opaque struct stat*); false when it fails.
+bool StatPath(const std::string& path, void* out);
+// fopen with the close-on-exec flag added to `mode`; null on failure.
+std::FILE* OpenStream(const std::string& path, const std::string& mode);
+// Status-change and modification time of an open stream; false when closed
+// or when fstat fails.
+bool GetStreamTimes(std::FILE* stream, std::int64_t* status_change, std::int64_t* modification);
+
+// Copies a regular file (contents, permission bits, modification time), a
+// symbolic link (as a link) or a directory tree to `target`, which must not
+// exist; a partial copy is removed. False on any failure.
+bool CopyItem(const std::string& source, const std::string& target);
+// Removes a file, a link (only the link) or a whole tree without following
+// any symbolic link. Refuses a path whose real path is "/". False when
+// anything could not be removed.
+bool RemoveItem(const std::string& path);
+// Moves without replacing an existing target; across file systems copies
+// then removes the source. False on failure.
+bool MoveItem(const std::string& from, const std::string& to);
+// True when both items exist and are the same file (device and inode), or
+// when one of the two paths lies inside the other after resolving links (the
+// deepest existing ancestor of a missing path is resolved).
+bool PathsOverlap(const std::string& a, const std::string& b);
+// mkdir(path, mode) (the umask applies). An existing directory counts as
+// success. False otherwise.
+bool CreateDirectory(const std::string& path, unsigned int mode);
+// Creates `path` and its missing parents with mode 0777; "" is the working
+// directory and succeeds. On failure `error_text` gets the system's message.
+bool CreateDirectories(const std::string& path, std::string* error_text);
+// The entries of one directory (not "." or ".."), in byte order of name;
+// false when it cannot be read.
+bool ReadDirectory(const std::string& path, std::vector<DirectoryEntry>& out);
+// Whole content of a regular file (read to end of file); false for a missing
+// or unreadable file, a directory, a FIFO or a device.
+bool ReadRegularFile(const std::string& path, std::string& out);
+// Writes a temporary file beside `path`, fsyncs it, removes a directory
+// standing at `path`, and renames the temporary over `path`. The old content
+// survives any failure. False on failure.
+bool WriteFileAtomically(const std::string& path, const void* bytes, std::size_t length);
+// chdir; false when it fails.
+bool ChangeDirectory(const std::string& path);
+
+// Home: $HOME when it is absolute, else the password database entry of
+// the effective user; "" when neither exists. Read on every call.
+std::string HomeDirectory();
+// The home of the named user from the password database; "" when unknown.
+std::string HomeDirectoryOf(const std::string& login);
+// The platform's documents folder, "" when it names none (the caller falls
+// back to home + "Documents").
+std::string DocumentsDirectory();
+// The per-user and machine-wide application-data folders.
+std::string UserApplicationDataDirectory();
+std::string MachineApplicationDataDirectory();
+// The application's read-only resource folder, "" when there is none.
+std::string ApplicationResourceDirectory();
+// The application identifier used in folder names.
+std::string ApplicationIdentifier();
+// The login name of the effective user.
+std::string LoginName();
+// The private temporary folder of the application and user: chosen once per
+// process, checked (and re-created or replaced) on every call.
+std::string PrivateTemporaryDirectory();
+// `prefix` followed by six random letters or digits such that nothing exists
+// at the result (no file is created).
+std::string UnusedRandomPath(const std::string& prefix);
+// mkdtemp on `path_template` (ending in "XXXXXX"), rewritten in place. On
+// ENOENT the missing parents are created with mode 0755 and mkdtemp runs once
+// more. False when no directory was made (the template is then unchanged).
+bool MakeUniqueDirectory(std::string& path_template);
+
+// Writes `bytes` to the trace file at `path`, created with mode 0600 without
+// following a symbolic link, truncated when `truncate` is true and appended
+// to otherwise; the file is used only when it is a regular file of the
+// effective user. False when nothing was written to the file.
+bool WriteTraceFile(const std::string& path, bool truncate, const std::string& bytes);
+// Appends `bytes` to `path` (created when missing) with one write on a
+// descriptor opened O_APPEND, so concurrent writers never tear a message.
+// False when the file cannot be opened or the write fails.
+bool AppendToFile(const std::string& path, const std::string& bytes);
+// The calling process's id.
+long CurrentProcessId();
+// The system's message for an error number (strerror).
+std::string ErrorText(int error_number);
+
 
 // GetWorkingDirectory() - the process's working directory in the file
 // system's byte form, whatever its length. False with `out` cleared when it

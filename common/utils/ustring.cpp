@@ -12,6 +12,7 @@
 #include <stdexcept>
 
 #include "common/utils/convertutf.h"
+#include "common/utils/tavrinassert.h"
 
 namespace tavrin::utils {
 
@@ -146,7 +147,10 @@ void tavrin_ustring::assign_utf8(const char* s, unsigned long len) {
 }
 
 void tavrin_ustring::assign_multibyte(const char* s) {
-  if (s == nullptr) return;
+  if (s == nullptr) {  // null is empty text, like input the locale cannot read
+    str_.clear();
+    return;
+  }
   std::size_t n = std::mbstowcs(nullptr, s, 0);
   if (n == static_cast<std::size_t>(-1)) {
     str_.clear();
@@ -268,7 +272,13 @@ tavrin_ustring tavrin_ustring::substr(size_type pos, size_type count) const {
 
 unsigned long tavrin_ustring::safe_copy(unsigned short* dest, unsigned long destSize,
                                         unsigned long count) const {
-  (void)destSize;  // not consulted: the caller guarantees room for `count` units
+  // destSize is not consulted: the caller guarantees room for `count` units.
+  // Debug builds report a caller that promises less room (hook only).
+#ifndef NDEBUG
+  if (count > destSize) AssertFailed(__FILE__, __LINE__, "safe_copy: count <= destSize");
+#else
+  (void)destSize;
+#endif
   unsigned long n = std::min<unsigned long>(count, str_.size());
   if (n != 0) ustrncpy(dest, str_.c_str(), n);
   return n;

@@ -137,7 +137,8 @@ class TAVRIN_EXPORT tavrin_ustring {
   // otherwise converts once into exactly sized storage.
   void assign_utf8(const char* s, unsigned long len);
   // assign_multibyte() - `s` in the current locale's multibyte encoding
-  // (mbstowcs); input invalid in that locale gives an empty string.
+  // (mbstowcs); input invalid in that locale, and a null pointer, give an
+  // empty string.
   void assign_multibyte(const char* s);
 
   // --- Conversions out (never fail; lenient). ----------------------------

@@ -241,13 +241,104 @@ int CreateNewFile(const std::string& path, const void* bytes, std::size_t length
 // Section: timers and run loop (timer, debouncer).
 // ---------------------------------------------------------------------------
 
+}  // namespace tavrin::platform
 
+namespace tavrin::utils {
+class CommandInvoker;
+class Timer;
+}  // namespace tavrin::utils
+
+namespace tavrin::platform {
+
+// StartRunLoopTimer()
+//
+// Creates the platform timer behind tavrin::utils::Timer::Start, scheduled on
+// the calling thread's run loop (Linux: a GLib timeout source on the
+// thread-default main context), repeating exactly when count > 1. The timer
+// owns `invoker`. Never returns null.
+tavrin::utils::Timer* StartRunLoopTimer(tavrin::utils::CommandInvoker* invoker,
+                                        double intervalSeconds, unsigned long count);
+
+// RunLoopIteration()
+//
+// One iteration of the calling thread's run loop: dispatches the ready
+// sources, with `mayBlock` after waiting for one. Returns whether anything
+// was dispatched.
+bool RunLoopIteration(bool mayBlock);
+
+// SendCommandAction()
+//
+// Delivers a named action through the platform's own mechanism (Foundation:
+// up the responder chain). Returns false when the platform has none (Linux),
+// so the caller hands the name to the application's dispatcher. `action` is
+// non-null and NUL-terminated.
+bool SendCommandAction(const char* action);
 
 // ---------------------------------------------------------------------------
 // Section: localization and operating-system queries (stringtranslator,
 // osutils).
 // ---------------------------------------------------------------------------
+//
+// The raw answers behind tavrin::osutils::SystemQueries (see osutils.h for
+// each one's meaning). Text is UTF-8; "" means unknown. None of these
+// throws.
 
+}  // namespace tavrin::platform
 
+#include <vector>
+
+namespace tavrin::platform {
+
+// The operating system's version as text, "major.minor.patch..." (Linux: the
+// kernel release of uname); "" when unavailable.
+std::string OsVersionText();
+// Whether GetOS applies the macOS release table (false on Linux, where GetOS
+// names the system instead).
+bool OsCodesFollowMacReleases();
+// The system's own name (Linux: PRETTY_NAME of os-release).
+std::string OsName();
+// The radix character of the user's locale, read from the environment
+// without touching the process's global locale.
+std::string UserDecimalSeparator();
+// The user's first preferred language as a locale name.
+std::string PreferredLanguage();
+// strtod of `text` (a NUL-terminated number in the "C" locale's form, as
+// TextToDouble's scanner assembled it) under the "C" locale.
+double ReadCNumber(const char* text);
+// The raw full-name record of the real user (Linux: GECOS).
+std::string UserFullName();
+// The path of the running program.
+std::string ExecutablePath();
+// Manufacturer and model of the machine, as read (untrimmed).
+std::string DeviceManufacturer();
+std::string DeviceModel();
+// The translated-process query: 0 with `value`, or an errno value (ENOENT:
+// no such query).
+int ProcessTranslation(int& value);
+// Pixels per inch of the main screen, or of the screen holding `window`;
+// 0 when unknown.
+int ScreenPixelsPerInch();
+int WindowPixelsPerInch(void* window);
+// Hand targets to the desktop; each returns whether the launch worked.
+bool OpenTarget(const std::string& target, bool isFile);
+bool OpenFilePaths(const std::vector<std::string>& paths);
+bool OpenFileWithApplication(const std::string& path, const std::string& application);
+bool ShowInFileViewer(const std::string& path);
+// Sleeps `milliseconds` (above 0), resuming after signals.
+void SleepMilliseconds(std::int64_t milliseconds);
+// A profiler event: 0 point of interest, 1 region begins, 2 region ends.
+void ProfilerEvent(int event, std::uint32_t code, std::uint32_t a, std::uint32_t b,
+                   std::uint32_t c, std::uint32_t d);
+
+// LocalizedString() - the platform's translation of the zero-terminated UTF-8
+// `key` (neither null nor empty) from the resource table `table` of the
+// bundle `bundle_id`, as UTF-8. An empty `bundle_id` means the application's
+// own bundle, an empty `table` its default table. The key itself when there
+// is no translation; "" only when the platform gives no answer at all.
+// Linux: dgettext with the text domain `table`, else `bundle_id`, else the
+// application identifier; catalogs are found where the application bound
+// them (bindtextdomain) for the locale of LC_MESSAGES and $LANGUAGE.
+std::string LocalizedString(const std::string& bundle_id, const std::string& table,
+                            const char* key);
 
 }  // namespace tavrin::platform

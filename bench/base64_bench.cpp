@@ -1,28 +1,21 @@
-// base64_bench.cpp - Base64 encoding and decoding against GLib and OpenSSL,
-// and the natural-order file-name comparison against glibc's strverscmp.
+// base64_bench.cpp - Base64 encoding and decoding against GLib and OpenSSL.
 //
 // Every Base64 case turns the same input into a fresh std::string result, as
 // a caller of base64_encode gets it, so allocation is part of each figure;
 // the memcpy floor copies the input into a new string of the output's size.
 // Inputs come from fixed seeds.
 #include <benchmark/benchmark.h>
-#include <string.h>
+#include <cstring>
 
 #include <algorithm>
 #include <cstdint>
 #include <map>
 #include <random>
 #include <string>
-#include <vector>
 
 #include "bench/bench_support.h"
 #include "common/utils/base64.h"
-#include "common/utils/ustring.h"
 
-// strverscmp is a GNU C library extension.
-#if defined(__GLIBC__)
-#define TAVRIN_HAVE_STRVERSCMP 1
-#endif
 #if defined(TAVRIN_HAVE_GLIB)
 #include <glib.h>
 #endif
@@ -31,8 +24,6 @@
 #endif
 
 namespace {
-
-using tavrin::utils::tavrin_ustring;
 
 constexpr std::int64_t kSmall = 1024;
 constexpr std::int64_t kLarge = 16 << 20;
@@ -178,100 +169,6 @@ void DecodeOpenssl(benchmark::State& state) {
 }
 #endif
 
-// --- Natural-order comparison of file names ---------------------------------------
-
-struct NamePairs {
-  std::vector<tavrin_ustring> wide;
-  std::vector<std::string> narrow;
-  std::vector<std::pair<std::size_t, std::size_t>> random_pairs;
-  std::vector<std::pair<std::size_t, std::size_t>> neighbour_pairs;
-};
-
-// File names of the usual shapes: camera images, numbered tracks and
-// chapters, versioned documents, with mixed case and zero padding.
-const NamePairs& Names() {
-  static const NamePairs pairs = [] {
-    NamePairs p;
-    std::mt19937 rng(0x5EEDu);
-    const char* stems[] = {"IMG_",  "track",  "Chapter ",      "report v", "DSC0",
-                           "scan-", "Photo ", "invoice_2024-", "Frame",    "shot"};
-    const char* exts[] = {".jpg", ".JPG", ".mp3", ".pdf", ".txt", ".png", ".tif", ""};
-    const std::size_t count = tavrin::bench::Size(8192, 512);
-    for (std::size_t i = 0; i < count; ++i) {
-      std::string name = stems[rng() % 10];
-      const unsigned width = rng() % 5;
-      std::string number = std::to_string(rng() % 20000);
-      if (number.size() < width) number.insert(0, width - number.size(), '0');
-      name += number;
-      if (rng() % 3 == 0) name += (rng() % 2 ? " - part " : "_") + std::to_string(rng() % 12);
-      name += exts[rng() % 8];
-      if (rng() % 4 == 0)
-        for (char& c : name) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-      p.narrow.push_back(name);
-    }
-    // Neighbours in sorted order share long prefixes: the costly case.
-    std::sort(p.narrow.begin(), p.narrow.end(), [](const std::string& a, const std::string& b) {
-#if defined(TAVRIN_HAVE_STRVERSCMP)
-      return strverscmp(a.c_str(), b.c_str()) < 0;
-#else
-      return a < b;
-#endif
-    });
-    for (const auto& n : p.narrow) p.wide.emplace_back(n.c_str());
-    for (std::size_t i = 0; i < count; ++i) {
-      p.random_pairs.emplace_back(rng() % count, rng() % count);
-      if (i + 1 < count) p.neighbour_pairs.emplace_back(i, i + 1);
-    }
-    return p;
-  }();
-  return pairs;
-}
-
-template <bool kNeighbours>
-const std::vector<std::pair<std::size_t, std::size_t>>& Pairs() {
-  return kNeighbours ? Names().neighbour_pairs : Names().random_pairs;
-}
-
-template <bool kNeighbours>
-void CompareTavrin(benchmark::State& state) {
-  const NamePairs& n = Names();
-  const auto& pairs = Pairs<kNeighbours>();
-  for (auto _ : state) {
-    int sum = 0;
-    for (const auto& [a, b] : pairs) sum += n.wide[a].compare_intuitive_nocase(n.wide[b]);
-    benchmark::DoNotOptimize(sum);
-  }
-  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * pairs.size()));
-}
-
-#if defined(TAVRIN_HAVE_STRVERSCMP)
-// glibc's version order (case-sensitive, so it does less work per unit).
-template <bool kNeighbours>
-void CompareStrverscmp(benchmark::State& state) {
-  const NamePairs& n = Names();
-  const auto& pairs = Pairs<kNeighbours>();
-  for (auto _ : state) {
-    int sum = 0;
-    for (const auto& [a, b] : pairs) sum += strverscmp(n.narrow[a].c_str(), n.narrow[b].c_str());
-    benchmark::DoNotOptimize(sum);
-  }
-  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * pairs.size()));
-}
-#endif
-
-// Floor: plain byte order of the same pairs.
-template <bool kNeighbours>
-void CompareStrcmp(benchmark::State& state) {
-  const NamePairs& n = Names();
-  const auto& pairs = Pairs<kNeighbours>();
-  for (auto _ : state) {
-    int sum = 0;
-    for (const auto& [a, b] : pairs) sum += std::strcmp(n.narrow[a].c_str(), n.narrow[b].c_str());
-    benchmark::DoNotOptimize(sum);
-  }
-  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * pairs.size()));
-}
-
 void Sizes(benchmark::internal::Benchmark* b) {
   b->Arg(kSmall)->Arg(kLarge);
 }
@@ -292,17 +189,6 @@ BENCHMARK(DecodeGlib)->Name("base64_decode/glib")->Apply(Sizes);
 #endif
 #if defined(TAVRIN_HAVE_OPENSSL)
 BENCHMARK(DecodeOpenssl)->Name("base64_decode/openssl")->Apply(Sizes);
-#endif
-
-BENCHMARK(CompareStrcmp<false>)->Name("natural_compare_random/strcmp");
-BENCHMARK(CompareTavrin<false>)->Name("natural_compare_random/tavrin");
-#if defined(TAVRIN_HAVE_STRVERSCMP)
-BENCHMARK(CompareStrverscmp<false>)->Name("natural_compare_random/strverscmp");
-#endif
-BENCHMARK(CompareStrcmp<true>)->Name("natural_compare_neighbours/strcmp");
-BENCHMARK(CompareTavrin<true>)->Name("natural_compare_neighbours/tavrin");
-#if defined(TAVRIN_HAVE_STRVERSCMP)
-BENCHMARK(CompareStrverscmp<true>)->Name("natural_compare_neighbours/strverscmp");
 #endif
 
 }  // namespace

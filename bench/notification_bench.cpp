@@ -3,6 +3,7 @@
 // SendNotification/tavrin    name dispatch to N observers on a private centre
 // SendNotificationId/tavrin  identifier dispatch to N observers
 // SendNotification/virtual   the floor: a plain loop of the same virtual calls
+// SendNotificationId/virtual the same floor for the identifier handler
 // Round/tavrin               LengthInfo::Round (a virtual call, step, floor)
 // Round/inline               the same arithmetic written inline
 #include <benchmark/benchmark.h>
@@ -70,6 +71,21 @@ void BM_SendNotificationVirtual(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
+void BM_SendNotificationIdVirtual(benchmark::State& state) {
+  std::vector<std::unique_ptr<Counter>> owned;
+  std::vector<tavrin::IObserver*> observers;
+  for (int i = 0; i < state.range(0); ++i) {
+    owned.push_back(std::make_unique<Counter>());
+    observers.push_back(owned.back().get());
+  }
+  std::any payload;
+  for (auto _ : state) {
+    for (tavrin::IObserver* o : observers) o->OnNotification(kBenchId, payload);
+    benchmark::ClobberMemory();
+  }
+  state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
 BENCHMARK(BM_SendNotificationTavrin)->Name("SendNotification/tavrin")->Arg(1)->Arg(10)->Arg(1000);
 BENCHMARK(BM_SendNotificationIdTavrin)
     ->Name("SendNotificationId/tavrin")
@@ -77,6 +93,11 @@ BENCHMARK(BM_SendNotificationIdTavrin)
     ->Arg(10)
     ->Arg(1000);
 BENCHMARK(BM_SendNotificationVirtual)->Name("SendNotification/virtual")->Arg(1)->Arg(10)->Arg(1000);
+BENCHMARK(BM_SendNotificationIdVirtual)
+    ->Name("SendNotificationId/virtual")
+    ->Arg(1)
+    ->Arg(10)
+    ->Arg(1000);
 
 void BM_RoundTavrin(benchmark::State& state) {
   tavrin::utils::LengthInfo length;

@@ -189,8 +189,9 @@ ConversionResult ConvertAll(const std::vector<From>& in, std::size_t room, Fn fn
   To* d = dst;
   const ConversionResult r = fn(&s, src + in.size(), &d, dst + room);
   Check(s >= src && s <= src + in.size() && d >= dst && d <= dst + room, "cursor out of range");
+  const std::size_t used = static_cast<std::size_t>(s - src);
   out->assign(dst, d);
-  *consumed = static_cast<std::size_t>(s - src);
+  *consumed = used;
   std::free(src);
   std::free(dst);
   return r;

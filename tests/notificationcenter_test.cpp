@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <functional>
 #include <memory>
 #include <stdexcept>
@@ -367,6 +368,169 @@ TEST_F(NotificationCenterTest, OffMainThreadDeliveryAsksObservers) {
     centre.SendNotification(kIdA, std::any());
   }).join();
   EXPECT_EQ(log, (std::vector<std::string>{"b:n", "b" + IdTag('A')}));
+}
+
+// --- Walking the list while handlers change it ----------------------------------
+
+// Forty recorders tagged l0..l39 and the log entries they make for `name`.
+std::vector<std::unique_ptr<Recorder>> LateRecorders(std::vector<std::string>& log) {
+  std::vector<std::unique_ptr<Recorder>> late;
+  for (int i = 0; i < 40; ++i)
+    late.push_back(std::make_unique<Recorder>("l" + std::to_string(i), log));
+  return late;
+}
+
+void ExpectLateEntries(const std::vector<std::string>& log, std::size_t first, const char* name) {
+  ASSERT_EQ(log.size(), first + 40);
+  for (std::size_t i = 0; i < 40; ++i)
+    EXPECT_EQ(log[first + i], "l" + std::to_string(i) + ":" + name) << "entry " << i;
+}
+
+TEST_F(NotificationCenterTest, ManyObserversAddedDuringNameDispatchAreEachReachedOnce) {
+  // The appends move the list being walked to new storage several times.
+  Recorder a("a", log);
+  auto late = LateRecorders(log);
+  centre.AddObserver("n", &a);
+  bool done = false;
+  a.on_name = [&] {
+    if (done) return;
+    done = true;
+    for (auto& r : late) centre.AddObserver("n", r.get());
+  };
+  centre.SendNotification("n", nullptr);
+  ASSERT_FALSE(log.empty());
+  EXPECT_EQ(log[0], "a:n");
+  ExpectLateEntries(log, 1, "n");
+}
+
+TEST_F(NotificationCenterTest, NestedDispatchDoesNotHideAnAppendFromTheOuterOne) {
+  // The outer walk must notice the appends although a whole nested dispatch
+  // ran after them.
+  Recorder a("a", log), b("b", log), c("c", log);
+  auto late = LateRecorders(log);
+  centre.AddObserver("n", &a);
+  centre.AddObserver("n", &b);
+  centre.AddObserver("m", &c);
+  bool done = false;
+  a.on_name = [&] {
+    if (done) return;
+    done = true;
+    for (auto& r : late) centre.AddObserver("n", r.get());
+    centre.SendNotification("m", nullptr);
+  };
+  centre.SendNotification("n", nullptr);
+  ASSERT_GE(log.size(), 3u);
+  EXPECT_EQ(log[0], "a:n");
+  EXPECT_EQ(log[1], "c:m");
+  EXPECT_EQ(log[2], "b:n");
+  ExpectLateEntries(log, 3, "n");
+}
+
+TEST_F(NotificationCenterTest, RemovalQueuedMidWalkSkipsTheRestOfThatObserver) {
+  // b is registered twice after the remover and once before it.
+  Recorder a("a", log), b("b", log), c("c", log);
+  centre.AddObserver("n", &b);
+  centre.AddObserver("n", &a);
+  centre.AddObserver("n", &b);
+  centre.AddObserver("n", &c);
+  centre.AddObserver("n", &b);
+  a.on_name = [&] { centre.RemoveObserver(&b); };
+  centre.SendNotification("n", nullptr);
+  EXPECT_EQ(log, (std::vector<std::string>{"b:n", "a:n", "c:n"}));
+}
+
+TEST_F(NotificationCenterTest, IdObserversAfterAnAppendAreStillReached) {
+  // An append during an identifier dispatch may move the list; the observers
+  // registered before the dispatch are all called, the new one is not.
+  Recorder a("a", log), b("b", log), c("c", log), late("late", log);
+  centre.AddObserver(kIdA, &a);
+  centre.AddObserver(kIdA, &b);
+  centre.AddObserver(kIdA, &c);
+  bool done = false;
+  a.on_id = [&] {
+    if (done) return;
+    done = true;
+    for (int i = 0; i < 40; ++i) centre.AddObserver(kIdA, &late);
+  };
+  centre.SendNotification(kIdA, std::any());
+  EXPECT_EQ(log, (std::vector<std::string>{"a" + IdTag('A'), "b" + IdTag('A'), "c" + IdTag('A')}));
+}
+
+// --- Looking names and identifiers up again ----------------------------------------
+
+TEST_F(NotificationCenterTest, OneBufferWithChangingTextIsLookedUpByText) {
+  Recorder a("a", log), b("b", log);
+  centre.AddObserver("first", &a);
+  centre.AddObserver("other", &b);
+  char buffer[16] = "first";
+  centre.SendNotification(buffer, nullptr);
+  std::strcpy(buffer, "other");
+  centre.SendNotification(buffer, nullptr);
+  std::strcpy(buffer, "firs");
+  centre.SendNotification(buffer, nullptr);
+  std::strcpy(buffer, "first");
+  centre.SendNotification(buffer, nullptr);
+  EXPECT_EQ(log, (std::vector<std::string>{"a:first", "b:other", "a:first"}));
+}
+
+TEST_F(NotificationCenterTest, NameEmptiedAndRegisteredAgainIsReached) {
+  Recorder a("a", log), b("b", log);
+  centre.AddObserver("n", &a);
+  centre.SendNotification("n", nullptr);
+  centre.RemoveObserver("n", &a);  // the name's entry goes away
+  centre.SendNotification("n", nullptr);
+  centre.AddObserver("n", &b);
+  centre.SendNotification("n", nullptr);
+  EXPECT_EQ(log, (std::vector<std::string>{"a:n", "b:n"}));
+}
+
+TEST_F(NotificationCenterTest, EntriesEmptiedByQueuedRemovalsAreNotReused) {
+  Recorder a("a", log), b("b", log);
+  centre.AddObserver("n", &a);
+  centre.AddObserver(kIdA, &a);
+  centre.SendNotification(kIdA, std::any());
+  bool done = false;
+  a.on_name = [&] {
+    if (done) return;
+    done = true;
+    centre.RemoveObserver(&a);  // queued, carried out when the dispatch ends
+  };
+  centre.SendNotification("n", nullptr);
+  centre.SendNotification("n", nullptr);
+  centre.SendNotification(kIdA, std::any());
+  centre.AddObserver("n", &b);
+  centre.AddObserver(kIdA, &b);
+  centre.SendNotification("n", nullptr);
+  centre.SendNotification(kIdA, std::any());
+  EXPECT_EQ(log, (std::vector<std::string>{"a" + IdTag('A'), "a:n", "b:n", "b" + IdTag('A')}));
+}
+
+TEST_F(NotificationCenterTest, AlternatingNamesAndIdsReachTheirOwnObservers) {
+  Recorder a("a", log), b("b", log);
+  centre.AddObserver("n", &a);
+  centre.AddObserver("m", &b);
+  centre.AddObserver(kIdA, &a);
+  centre.AddObserver(kIdB, &b);
+  for (int i = 0; i < 2; ++i) {
+    centre.SendNotification("n", nullptr);
+    centre.SendNotification("m", nullptr);
+    centre.SendNotification(kIdB, std::any());
+    centre.SendNotification(kIdA, std::any());
+  }
+  const std::vector<std::string> round = {"a:n", "b:m", "b" + IdTag('B'), "a" + IdTag('A')};
+  std::vector<std::string> expected = round;
+  expected.insert(expected.end(), round.begin(), round.end());
+  EXPECT_EQ(log, expected);
+}
+
+TEST_F(NotificationCenterTest, MainThreadStillRecognisedAfterAnotherThreadSent) {
+  Recorder a("a", log);
+  centre.AddObserver("n", &a);
+  std::thread([&] { centre.SendNotification("n", nullptr); }).join();
+  EXPECT_TRUE(log.empty());
+  centre.SendNotification("n", nullptr);
+  std::thread([&] { centre.SendNotification("n", nullptr); }).join();
+  EXPECT_EQ(log, (std::vector<std::string>{"a:n"}));
 }
 
 TEST(NotificationDisablerTest, NestedScopesMuteTheDefaultCentre) {

@@ -2,12 +2,17 @@
 #include "common/utils/unichar.h"
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
+#include <cstdint>
+#include <iterator>
 #include <random>
 #include <vector>
 
+#include "common/utils/internal/unichar_internal.h"
 #include "tests/test_support.h"
 
 namespace {
@@ -288,6 +293,127 @@ TEST(UnicharTest, IsudigitMatchesTheCLocaleDigitsOnly) {
   EXPECT_FALSE(isudigit(0xFF10));  // FULLWIDTH DIGIT ZERO
   EXPECT_FALSE(isudigit(0x00B2));  // SUPERSCRIPT TWO
   EXPECT_FALSE(isudigit(0x0130));  // 0x30 in the low byte does not count
+}
+
+// --- Block scans against the one-unit-at-a-time scans -----------------------
+// On x86-64 ustrlen and umemchr test aligned blocks of eight units; these
+// run them and the portable scans on the same inputs, at every position of
+// the text within a block.
+
+// Units with a zero byte in either half, next to ordinary ones, so that a
+// scan that looked at bytes instead of units would stop too early.
+unsigned short TrickyUnit(std::mt19937& rng) {
+  static const unsigned short kUnits[] = {0x0100, 0xFF00, 0x00FF, 0x0001, 0x8000,
+                                          0xFFFF, u'a',   0x2541, 0x4125};
+  return rng() % 3 == 0 ? kUnits[rng() % std::size(kUnits)]
+                        : static_cast<unsigned short>(1 + rng() % 0xFFFF);
+}
+
+// Storage whose element `k` of the returned pointer sits `offset` units
+// after a 64-byte boundary, with room for `count` units.
+unsigned short* Placed(U& storage, std::size_t offset, std::size_t count) {
+  storage.assign(count + offset + 64, 0x5A5A);
+  auto address = reinterpret_cast<std::uintptr_t>(storage.data());
+  address = (address + 63) & ~std::uintptr_t{63};
+  return reinterpret_cast<unsigned short*>(address) + offset;
+}
+
+TEST(UnicharTest, UstrlenBlocksMatchTheUnitScan) {
+  const std::uint32_t seed = tavrin::test::TestSeed();
+  SCOPED_TRACE(testing::Message() << "seed " << seed);
+  std::mt19937 rng(seed);
+  U storage;
+  for (std::size_t offset = 0; offset < 16; ++offset) {
+    for (std::size_t length = 0; length < 80; ++length) {
+      unsigned short* s = Placed(storage, offset, length + 1);
+      for (std::size_t i = 0; i < length; ++i) s[i] = TrickyUnit(rng);
+      s[length] = 0;
+      ASSERT_EQ(ustrlen(s), length) << "offset " << offset;
+      ASSERT_EQ(tavrin::utils::detail::UstrlenPortable(s), length);
+    }
+  }
+  EXPECT_EQ(ustrlen(nullptr), 0u);
+  EXPECT_EQ(tavrin::utils::detail::UstrlenPortable(nullptr), 0u);
+}
+
+TEST(UnicharTest, UmemchrBlocksMatchTheUnitScan) {
+  const std::uint32_t seed = tavrin::test::TestSeed();
+  SCOPED_TRACE(testing::Message() << "seed " << seed);
+  std::mt19937 rng(seed);
+  U storage;
+  for (int round = 0; round < 20000; ++round) {
+    const std::size_t offset = rng() % 16;
+    const std::size_t length = rng() % 70;
+    unsigned short* p = Placed(storage, offset, length);
+    for (std::size_t i = 0; i < length; ++i) p[i] = TrickyUnit(rng);
+    const unsigned short ch = rng() % 4 == 0 ? 0 : TrickyUnit(rng);
+    // Sometimes the unit is placed once or twice, sometimes only past `n`.
+    if (length > 0 && rng() % 2 == 0) p[rng() % length] = ch;
+    if (length > 0 && rng() % 4 == 0) p[rng() % length] = ch;
+    const std::size_t n = length == 0 ? 0 : rng() % (length + 1);
+    const unsigned short* expected = tavrin::utils::detail::UmemchrPortable(p, ch, n);
+    ASSERT_EQ(umemchr(p, ch, n), expected)
+        << "offset " << offset << ", length " << length << ", n " << n << ", unit " << ch;
+    if (expected != nullptr) {
+      ASSERT_EQ(*expected, ch);
+    }
+  }
+  EXPECT_EQ(umemchr(nullptr, 0, 10), nullptr);
+  EXPECT_EQ(tavrin::utils::detail::UmemchrPortable(nullptr, 0, 10), nullptr);
+}
+
+TEST(UnicharTest, UmemchrWithAnUnboundedCount) {
+  // Callers pass a huge count to mean "until found"; the unit must still be
+  // found and nothing past it is needed.
+  U s = Z(u"abcdefghijklmnopqrstuvwxyz");
+  EXPECT_EQ(umemchr(s.data(), u'q', ~0UL), s.data() + 16);
+  EXPECT_EQ(umemchr(s.data(), 0, ~0UL), s.data() + 26);
+  EXPECT_EQ(tavrin::utils::detail::UmemchrPortable(s.data(), u'q', ~0UL), s.data() + 16);
+}
+
+TEST(UnicharTest, ScansNeverReadIntoTheNextPage) {
+  // A text whose terminator is the last unit of a page that is followed by
+  // an inaccessible page: every scan must stop without touching it.
+  const long page = sysconf(_SC_PAGESIZE);
+  ASSERT_GT(page, 0);
+  void* area = mmap(nullptr, static_cast<std::size_t>(2 * page), PROT_READ | PROT_WRITE,
+                    MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (area == MAP_FAILED) GTEST_SKIP() << "mmap is not available";
+  ASSERT_EQ(mprotect(static_cast<char*>(area) + page, static_cast<std::size_t>(page), PROT_NONE),
+            0);
+  auto* page_end = reinterpret_cast<unsigned short*>(static_cast<char*>(area) + page);
+  for (std::size_t length : {0u, 1u, 2u, 7u, 8u, 9u, 15u, 16u, 17u, 100u}) {
+    unsigned short* s = page_end - length - 1;
+    for (std::size_t i = 0; i < length; ++i) s[i] = static_cast<unsigned short>(u'a' + i % 26);
+    s[length] = 0;
+    EXPECT_EQ(ustrlen(s), length);
+    EXPECT_EQ(umemchr(s, 0, 1000), s + length);  // a bound past the page
+    EXPECT_EQ(umemchr(s, u'#', length + 1), nullptr);
+    U copy(length + 20, 0xFFFF);
+    ustrncpy(copy.data(), s, length + 20);
+    EXPECT_EQ(Text(copy.data()).size(), length);
+    EXPECT_EQ(copy[length + 19], 0);
+  }
+  munmap(area, static_cast<std::size_t>(2 * page));
+}
+
+TEST(UnicharTest, StringCopiesOfEveryLengthAndPlacement) {
+  // The character traits copy through ustrncpy (and so umemchr): every
+  // length and source position must copy exactly.
+  const std::uint32_t seed = tavrin::test::TestSeed();
+  SCOPED_TRACE(testing::Message() << "seed " << seed);
+  std::mt19937 rng(seed);
+  U storage;
+  for (std::size_t offset = 0; offset < 8; ++offset) {
+    for (std::size_t length = 0; length < 48; ++length) {
+      unsigned short* src = Placed(storage, offset, length);
+      for (std::size_t i = 0; i < length; ++i) src[i] = TrickyUnit(rng);
+      U dest(length + 4, 0x7777);
+      if (length > 0) ustrncpy(dest.data(), src, length);
+      EXPECT_TRUE(std::equal(src, src + length, dest.begin())) << offset << " " << length;
+      EXPECT_EQ(dest[length], 0x7777);
+    }
+  }
 }
 
 }  // namespace

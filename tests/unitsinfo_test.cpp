@@ -305,4 +305,96 @@ TEST(LengthInfoTest, DecimalStepsMatchThePowerFunction) {
     EXPECT_EQ(length.PrecisionAsUnit(UnitsInfo::kDecimal, p, UnitsInfo::kInches), expected) << p;
   }
 }
+
+TEST(AngleInfoTest, DecimalStepsMatchThePowerFunction) {
+  AngleInfo angle;
+  for (int p = -30; p <= 30; ++p) {
+    double expected = p == 0 ? 1.0 : 1.0 / std::pow(10.0, p);
+    EXPECT_EQ(angle.PrecisionAsUnit(UnitsInfo::kDecimal, p, UnitsInfo::kRadians), expected) << p;
+  }
+}
+
+// The maximum used when rounding and the published table agree on every
+// unit value, listed or not.
+template <class Info>
+void ExpectMaximaFollowTheTable() {
+  Info info;
+  info.SetFormat(UnitsInfo::kDecimal, false);
+  const auto& table = Info::kPrecisions();
+  for (int u = -1; u <= 12; ++u) {
+    info.SetUnits(static_cast<UnitsInfo::Units>(u), false);
+    auto it = table.find(info.GetUnits());
+    EXPECT_EQ(info.GetMaxPrecision(), it == table.end() ? 4 : it->second) << u;
+  }
+}
+
+TEST(LengthInfoTest, MaximaFollowThePublishedTable) {
+  ExpectMaximaFollowTheTable<LengthInfo>();
+  EXPECT_EQ(LengthInfo::kPrecisions().size(), 7u);
+}
+
+TEST(AngleInfoTest, MaximaFollowThePublishedTable) {
+  ExpectMaximaFollowTheTable<AngleInfo>();
+  EXPECT_EQ(AngleInfo::kPrecisions().size(), 3u);
+}
+
+// A subclass that changes nothing: its calls go through every virtual
+// getter, while the class itself may read its fields directly. Both must
+// give the same steps and the same rounding for every stored state.
+template <class Info>
+class Unchanged : public Info {};
+
+template <class Info>
+void ExpectSameStepsAsThroughGetters() {
+  Info direct;
+  Unchanged<Info> virtual_path;
+  const double values[] = {0.0, 1.0049, -2.5, 1234.5678, 1e-7, -0.015};
+  for (int f = 0; f <= 3; ++f) {
+    for (int u = -1; u <= 12; ++u) {
+      for (int p = -3; p <= 10; ++p) {
+        for (UnitsInfo* info :
+             {static_cast<UnitsInfo*>(&direct), static_cast<UnitsInfo*>(&virtual_path)}) {
+          info->SetFormat(static_cast<UnitsInfo::Format>(f), false);
+          info->SetUnits(static_cast<UnitsInfo::Units>(u), false);
+          info->SetPrecision(p, false);
+        }
+        const double step = direct.PrecisionAsUnit();
+        const double expected = virtual_path.PrecisionAsUnit();
+        if (std::isnan(expected)) {
+          EXPECT_TRUE(std::isnan(step)) << f << " " << u << " " << p;
+          continue;
+        }
+        EXPECT_EQ(step, expected) << f << " " << u << " " << p;
+        for (double v : values) {
+          const double a = direct.Round(v);
+          const double b = virtual_path.Round(v);
+          EXPECT_TRUE(a == b || (std::isnan(a) && std::isnan(b)))
+              << f << " " << u << " " << p << " " << v << ": " << a << " vs " << b;
+        }
+      }
+    }
+  }
+}
+
+TEST(LengthInfoTest, StepsReadFromFieldsMatchTheGetters) {
+  ExpectSameStepsAsThroughGetters<LengthInfo>();
+}
+
+TEST(AngleInfoTest, StepsReadFromFieldsMatchTheGetters) {
+  ExpectSameStepsAsThroughGetters<AngleInfo>();
+}
+
+// A subclass's own getter is honoured by rounding.
+class CoarseLength : public LengthInfo {
+ public:
+  int GetMaxPrecision() const override { return 0; }
+};
+
+TEST(LengthInfoTest, RoundingUsesAnOverriddenMaximum) {
+  CoarseLength coarse;
+  coarse.SetUnits(UnitsInfo::kInches, false);
+  coarse.SetPrecision(3, false);
+  EXPECT_EQ(coarse.PrecisionAsUnit(), 1.0);
+  EXPECT_EQ(coarse.Round(2.6), 3.0);
+}
 }  // namespace

@@ -5,12 +5,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cfenv>
 #include <clocale>
 #include <cmath>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <cwchar>
 #include <limits>
 #include <ostream>
@@ -888,6 +890,143 @@ TEST(UstringFormatTest, NoArgumentModeAfterFormattingOnce) {
   EXPECT_EQ(FormatWithoutArguments(tavrin_ustring::GetFormatted(u"%s", arg.c_str())).utf8(), "50%");
   EXPECT_EQ(FormatWithoutArguments(tavrin_ustring::GetFormatted(u"100%%s.txt")).utf8(),
             "100%s.txt");
+}
+
+// --- The one-pass rewrite and the fast paths of the formatter ----------------
+
+TEST(UstringFormatTest, OnePassRewriteMatchesBothRewritingFunctions) {
+  const std::uint32_t seed = tavrin::test::TestSeed();
+  SCOPED_TRACE(testing::Message() << "seed " << seed);
+  std::mt19937 rng(seed);
+  // Units every state of both machines reacts to, plus plain letters so that
+  // some formats have long plain runs.
+  const char16_t alphabet[] = u"%%%1239$$!!sSsS. .5d0xa\u00e9";
+  const std::size_t letters = std::size(alphabet) - 1;
+  for (int round = 0; round < 8000; ++round) {
+    std::u16string text;
+    const std::size_t length = rng() % (rng() % 4 == 0 ? 120 : 24);
+    const bool long_plain = rng() % 3 == 0;
+    for (std::size_t i = 0; i < length; ++i) {
+      if (long_plain && rng() % 8 != 0) {
+        text += static_cast<char16_t>(u'a' + rng() % 26);
+      } else {
+        text += alphabet[rng() % letters];
+      }
+    }
+    const tavrin_ustring fmt(text.c_str());
+    const tavrin_ustring expected =
+        tavrin_ustring::ReverseStringFormats(tavrin_ustring::FixWindowsPositionalFormats(fmt));
+    EXPECT_EQ(tavrin::utils::detail::RewriteLibraryFormat(fmt).utf16(), expected.utf16())
+        << "format \"" << fmt.utf8() << "\"";
+    if (HasFailure()) break;
+  }
+  EXPECT_TRUE(tavrin::utils::detail::RewriteLibraryFormat(tavrin_ustring()).empty());
+}
+
+TEST(UstringFormatTest, OnePassRewriteKeepsTheOddCorners) {
+  using tavrin::utils::detail::RewriteLibraryFormat;
+  EXPECT_EQ(RewriteLibraryFormat(U(u"%1 = %2!d!")).utf8(), "%1$S = %2$d");
+  EXPECT_EQ(RewriteLibraryFormat(U(u"%1.")).utf8(), "%1$S.");
+  EXPECT_EQ(RewriteLibraryFormat(U(u"%1.5")).utf8(), "%1.5");
+  EXPECT_EQ(RewriteLibraryFormat(U(u"%12 and %s")).utf8(), "%12 and %s");  // open until a "$"
+  EXPECT_EQ(RewriteLibraryFormat(U(u"%12 x$s %s")).utf8(), "%12 x$S %S");
+  EXPECT_EQ(RewriteLibraryFormat(U(u"%1!s")).utf8(), "%1$S");  // unterminated "!"
+  EXPECT_EQ(RewriteLibraryFormat(U(u"end %1")).utf8(), "end %1$S");
+}
+
+TEST(UstringFormatTest, FindPercentUnitOnLongTexts) {
+  const std::uint32_t seed = tavrin::test::TestSeed();
+  SCOPED_TRACE(testing::Message() << "seed " << seed);
+  std::mt19937 rng(seed);
+  for (int round = 0; round < 2000; ++round) {
+    std::vector<unsigned short> text(static_cast<std::size_t>(rng() % 200));
+    const unsigned gap = 1 + rng() % 100;
+    for (auto& u : text) u = rng() % gap == 0 ? u'%' : static_cast<unsigned short>(rng());
+    const std::size_t start = text.empty() ? 0 : rng() % (text.size() + 1);
+    std::size_t expected = start;
+    while (expected < text.size() && text[expected] != u'%') ++expected;
+    EXPECT_EQ(tavrin::utils::detail::FindPercentUnit(text.data(), start, text.size()), expected);
+  }
+}
+
+// Finite doubles in "f F e E g G" are written without snprintf; every bit
+// pattern class, precision and flag must still give snprintf's text.
+TEST(UstringFormatTest, FiniteDoublesMatchSnprintfDigitForDigit) {
+  const std::uint32_t seed = tavrin::test::TestSeed();
+  SCOPED_TRACE(testing::Message() << "seed " << seed);
+  std::mt19937_64 rng(seed);
+  const char conversions[] = "fFeEgG";
+  const char* flags[] = {"", "+", " ", "-", "0", "+0", " -", "+ "};
+  for (int round = 0; round < 20000; ++round) {
+    double v = 0;
+    switch (rng() % 4) {
+      case 0: {  // any finite bit pattern, subnormals included
+        const std::uint64_t bits = rng();
+        std::memcpy(&v, &bits, sizeof(v));
+        if (!std::isfinite(v)) v = 1.5;
+        break;
+      }
+      case 1:  // halves and quarters: exact ties at small precisions
+        v = static_cast<double>(static_cast<std::int64_t>(rng() % 20001) - 10000) / 8;
+        break;
+      case 2:  // ordinary magnitudes
+        v = std::ldexp(static_cast<double>(rng() % 1000000) / 1000,
+                       static_cast<int>(rng() % 60) - 30);
+        break;
+      default:
+        v = static_cast<double>(static_cast<std::int64_t>(rng() % 2000001) - 1000000) / 100;
+        break;
+    }
+    std::string f = "<%";
+    f += flags[rng() % std::size(flags)];
+    if (rng() % 3 == 0) f += std::to_string(rng() % 30);
+    const int precision_kind = static_cast<int>(rng() % 4);
+    if (precision_kind == 1) f += "." + std::to_string(rng() % 20);
+    if (precision_kind == 2) f += "." + std::to_string(rng() % 60);
+    f += conversions[rng() % 6];
+    f += ">";
+    ExpectSameAsSnprintf(f, v);
+    if (HasFailure()) break;
+  }
+}
+
+TEST(UstringFormatTest, DoubleTiesAndEdgesMatchSnprintf) {
+  const double values[] = {0.125,
+                           0.375,
+                           2.5,
+                           3.5,
+                           -2.5,
+                           1e23,
+                           5e-324,
+                           1.7976931348623157e308,
+                           -0.0,
+                           0.0,
+                           9.995,
+                           0.05,
+                           1e-5,
+                           123456789.0,
+                           1e15,
+                           1e16,
+                           0.0001,
+                           1e21,
+                           999999.5,
+                           9.5e-5,
+                           2.2250738585072014e-308};
+  const char* formats[] = {"%f",   "%.0f",  "%.1f",  "%.2f",    "%.20f",   "%e",
+                           "%.0e", "%.3E",  "%g",    "%.0g",    "%.1g",    "%.17g",
+                           "%G",   "%+.3f", "% .3e", "%012.4f", "%-12.2g|"};
+  for (double v : values)
+    for (const char* f : formats) ExpectSameAsSnprintf(f, v);
+}
+
+TEST(UstringFormatTest, DoublesFollowTheRoundingMode) {
+  // Under another rounding mode the formatter hands the digits to snprintf,
+  // which honours the mode.
+  const int saved = std::fegetround();
+  ASSERT_EQ(std::fesetround(FE_UPWARD), 0);
+  ExpectSameAsSnprintf("%.2f %.1e %g", 0.125, -2.25, 1.0 / 3);
+  ExpectSameAsSnprintf("%.0f", 2.5);
+  std::fesetround(saved);
 }
 
 }  // namespace

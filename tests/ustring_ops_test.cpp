@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
+#include <cstdint>
+#include <iterator>
 #include <random>
 #include <string>
 #include <vector>
@@ -377,6 +379,105 @@ TEST(UstringOpsTest, NaturalOrderRandomAntisymmetricAndNumeric) {
     EXPECT_EQ(Natural(na.c_str(), nb.c_str()), Sign(static_cast<int>(x) - static_cast<int>(y)))
         << na << " vs " << nb;
   }
+}
+
+// The natural order written out unit by unit from its rules, with case
+// folding taken from toupper() of a one-unit string: the reference for the
+// library's table-driven ASCII path and its general path.
+unsigned short UpperOf(unsigned short u) {
+  tavrin_ustring s = Units({u});
+  s.toupper();
+  return s.at(0);
+}
+
+bool IsSurrogateUnit(unsigned short u) {
+  return u >= 0xD800 && u <= 0xDFFF;
+}
+
+bool CaseEqual(unsigned short a, unsigned short b) {
+  if (a == b) return true;
+  if (IsSurrogateUnit(a) || IsSurrogateUnit(b)) return false;
+  return UpperOf(a) == UpperOf(b);
+}
+
+bool IsAsciiDigit(unsigned short u) {
+  return u >= '0' && u <= '9';
+}
+
+std::uint64_t RunOf(const unsigned short* p, std::size_t& length) {
+  std::uint64_t v = 0;
+  for (length = 0; IsAsciiDigit(p[length]); ++length) v = v * 10 + (p[length] - '0');
+  return v;
+}
+
+int ReferenceNatural(const tavrin_ustring& x, const tavrin_ustring& y) {
+  const unsigned short* a = x.c_str();
+  const unsigned short* b = y.c_str();
+  while (CaseEqual(*a, *b)) {
+    if (*a == 0) return 0;
+    if (IsAsciiDigit(*a)) {
+      std::size_t la = 0, lb = 0;
+      const std::uint64_t va = RunOf(a, la), vb = RunOf(b, lb);
+      if (va != vb) return va < vb ? -1 : 1;
+      a += la;
+      b += lb;
+      continue;
+    }
+    ++a;
+    ++b;
+  }
+  const bool da = IsAsciiDigit(*a), db = IsAsciiDigit(*b);
+  if (!da && db) return *a != 0 ? 1 : -1;
+  if (da && !db) return *b != 0 ? -1 : 1;
+  if (!da && !db) return UpperOf(*a) < UpperOf(*b) ? -1 : 1;
+  std::size_t la = 0, lb = 0;
+  const std::uint64_t va = RunOf(a, la), vb = RunOf(b, lb);
+  return va < vb ? -1 : (va > vb ? 1 : 0);
+}
+
+TEST(UstringOpsTest, NaturalOrderMatchesTheUnitByUnitRules) {
+  if (!HaveUtf8Ctype()) GTEST_SKIP() << "no C.UTF-8 locale: case mapping above ASCII is off";
+  const std::uint32_t seed = tavrin::test::TestSeed();
+  SCOPED_TRACE(testing::Message() << "seed " << seed);
+  std::mt19937 rng(seed);
+  // ASCII letters of both cases, digits, punctuation on both sides of the
+  // letters, and units above ASCII that fold onto ASCII letters (long s,
+  // Kelvin sign, dotted capital I), accented letters, a surrogate and a
+  // full-width digit.
+  const unsigned short alphabet[] = {u'a',   u'A',   u's',   u'S',   u'k',   u'K',   u'i',   u'I',
+                                     u'z',   u'0',   u'0',   u'1',   u'7',   u'9',   u'.',   u'_',
+                                     u'-',   u'~',   u' ',   0x017F, 0x212A, 0x0130, 0x00E9, 0x00C9,
+                                     0xD83D, 0xFF11, 0x03A3, 0x03C3, 0x00DF};
+  auto random_text = [&](std::size_t max) {
+    std::vector<unsigned short> v;
+    const bool ascii = rng() % 2 == 0;
+    for (std::size_t i = rng() % max; i > 0; --i) {
+      const std::size_t choices = ascii ? 19 : std::size(alphabet);
+      v.push_back(alphabet[rng() % choices]);
+    }
+    if (rng() % 8 == 0)  // a run longer than 19 digits
+      for (int i = 0; i < 21; ++i) v.push_back(static_cast<unsigned short>(u'0' + rng() % 10));
+    return tavrin_ustring(v.data(), v.size());
+  };
+  for (int round = 0; round < 20000; ++round) {
+    const tavrin_ustring a = random_text(12);
+    // Often a shared prefix, so that the walk goes past the first units.
+    tavrin_ustring b = rng() % 2 == 0 ? a.substr(0, rng() % (a.size() + 1)) : tavrin_ustring();
+    b += random_text(8);
+    EXPECT_EQ(a.compare_intuitive_nocase(b), ReferenceNatural(a, b))
+        << a.utf8() << " vs " << b.utf8();
+    EXPECT_EQ(b.compare_intuitive_nocase(a), ReferenceNatural(b, a))
+        << b.utf8() << " vs " << a.utf8();
+    if (HasFailure()) break;
+  }
+}
+
+TEST(UstringOpsTest, NaturalOrderFoldsUnitsAboveAsciiOntoAscii) {
+  if (!HaveUtf8Ctype()) GTEST_SKIP() << "no C.UTF-8 locale: case mapping above ASCII is off";
+  // LATIN SMALL LETTER LONG S upper-cases to "S": case-equal to "s".
+  EXPECT_EQ(Units({u'a', 0x017F, u'2'}).compare_intuitive_nocase(U("AS10")), -1);
+  EXPECT_EQ(Units({0x017F}).compare_intuitive_nocase(U("s")), 0);
+  EXPECT_EQ(U("s").compare_intuitive_nocase(Units({0x017F})), 0);
 }
 
 // --- replace_all -----------------------------------------------------------------

@@ -1,10 +1,43 @@
 // angleinfo.cpp - angle unit scales, precision steps and rounding.
 #include "common/utils/angleinfo.h"
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <typeinfo>
 
 namespace tavrin::utils {
+
+namespace {
+// The finest precision of each angle unit; units not listed allow 4. Read
+// on every rounding, so it is a plain array (kPrecisions() is built from it).
+struct UnitPrecision {
+  UnitsInfo::Units units;
+  int precision;
+};
+constexpr UnitPrecision kMaxPrecisions[] = {
+    {UnitsInfo::kRadians, 4}, {UnitsInfo::kDegrees, 2}, {UnitsInfo::kGrads, 2}};
+
+// Radians per unit; 0 for a unit that is not an angle.
+double ScaleOf(UnitsInfo::Units u) {
+  switch (u) {
+    case UnitsInfo::kRadians:
+      return 1.0;
+    case UnitsInfo::kDegrees:
+      return std::numbers::pi / 180.0;
+    case UnitsInfo::kGrads:
+      return std::numbers::pi / 200.0;
+    default:
+      return 0.0;
+  }
+}
+
+int MaxPrecisionOf(UnitsInfo::Units u) {
+  for (const UnitPrecision& e : kMaxPrecisions)
+    if (e.units == u) return e.precision;
+  return 4;
+}
+}  // namespace
 
 AngleInfo::AngleInfo() {
   m_format = kDecimal;
@@ -51,16 +84,7 @@ double AngleInfo::GetUnitsScale() const {
 }
 
 double AngleInfo::GetUnitsScale(Units u) const {
-  switch (u) {
-    case kRadians:
-      return 1.0;
-    case kDegrees:
-      return std::numbers::pi / 180.0;
-    case kGrads:
-      return std::numbers::pi / 200.0;
-    default:
-      return 0.0;
-  }
+  return ScaleOf(u);
 }
 
 int AngleInfo::ClosestPrecision(double value) const {
@@ -68,9 +92,7 @@ int AngleInfo::ClosestPrecision(double value) const {
 }
 
 int AngleInfo::GetMaxPrecision() const {
-  const auto& table = kPrecisions();
-  auto it = table.find(GetUnits());
-  return it == table.end() ? 4 : it->second;
+  return MaxPrecisionOf(GetUnits());
 }
 
 double AngleInfo::Round(double value) const {
@@ -78,16 +100,27 @@ double AngleInfo::Round(double value) const {
 }
 
 double AngleInfo::PrecisionAsUnit() const {
+  if (typeid(*this) == typeid(AngleInfo)) {
+    // Exactly an AngleInfo: every getter involved is this class's own, so
+    // the fields give the same answer without the virtual calls (rounding
+    // runs this for every value). The format plays no part.
+    const int p = std::min(m_precision, MaxPrecisionOf(m_units));
+    return InversePowerOfTen(p) * ScaleOf(m_units);
+  }
   return PrecisionAsUnit(GetFormat(), GetPrecision(), GetUnits());
 }
 
 double AngleInfo::PrecisionAsUnit(Format, int p, Units u) const {
-  double factor = p == 0 ? 1.0 : 1.0 / PowerOfTen(p);
+  const double factor = InversePowerOfTen(p);
   return factor * GetUnitsScale(u);
 }
 
 const std::map<UnitsInfo::Units, int>& AngleInfo::kPrecisions() {
-  static const std::map<Units, int> table = {{kRadians, 4}, {kDegrees, 2}, {kGrads, 2}};
+  static const std::map<Units, int> table = [] {
+    std::map<Units, int> t;
+    for (const UnitPrecision& e : kMaxPrecisions) t.emplace(e.units, e.precision);
+    return t;
+  }();
   return table;
 }
 

@@ -1,13 +1,57 @@
 // lengthinfo.cpp - length unit scales, precision steps and rounding.
 #include "common/utils/lengthinfo.h"
 
+#include <algorithm>
 #include <cmath>
+#include <typeinfo>
 
 namespace tavrin::utils {
 
 namespace {
 bool IsBinaryFormat(UnitsInfo::Format f) {
   return f == UnitsInfo::kArchitectural || f == UnitsInfo::kFractional;
+}
+
+// The finest precision of each decimal unit; units not listed allow 4. Read
+// on every rounding, so it is a plain array (kPrecisions() is built from it).
+struct UnitPrecision {
+  UnitsInfo::Units units;
+  int precision;
+};
+constexpr UnitPrecision kMaxPrecisions[] = {{UnitsInfo::kInches, 6},
+                                            {UnitsInfo::kFeet, 6},
+                                            {UnitsInfo::kMillimeters, 6},
+                                            {UnitsInfo::kCentimeters, 6},
+                                            {UnitsInfo::kMeters, 6},
+                                            {UnitsInfo::kPoints, 1},
+                                            {static_cast<UnitsInfo::Units>(6), 4}};
+
+// Inches per unit; 0 for a unit that is not a length.
+double ScaleOf(UnitsInfo::Units u) {
+  switch (u) {
+    case UnitsInfo::kInches:
+      return 1.0;
+    case UnitsInfo::kFeet:
+      return 12.0;
+    case UnitsInfo::kMillimeters:
+      return 1.0 / 25.4;
+    case UnitsInfo::kCentimeters:
+      return 1.0 / 2.54;
+    case UnitsInfo::kMeters:
+      return 100.0 / 2.54;
+    case UnitsInfo::kPoints:
+      return 1.0 / 72.0;
+    case UnitsInfo::kYards:
+      return 36.0;
+    default:
+      return 0.0;
+  }
+}
+
+int MaxPrecisionOf(UnitsInfo::Units u) {
+  for (const UnitPrecision& e : kMaxPrecisions)
+    if (e.units == u) return e.precision;
+  return 4;
 }
 }  // namespace
 
@@ -61,24 +105,7 @@ double LengthInfo::GetUnitsScale() const {
 }
 
 double LengthInfo::GetUnitsScale(Units u) const {
-  switch (u) {
-    case kInches:
-      return 1.0;
-    case kFeet:
-      return 12.0;
-    case kMillimeters:
-      return 1.0 / 25.4;
-    case kCentimeters:
-      return 1.0 / 2.54;
-    case kMeters:
-      return 100.0 / 2.54;
-    case kPoints:
-      return 1.0 / 72.0;
-    case kYards:
-      return 36.0;
-    default:
-      return 0.0;
-  }
+  return ScaleOf(u);
 }
 
 int LengthInfo::ClosestPrecision(double value) const {
@@ -87,9 +114,7 @@ int LengthInfo::ClosestPrecision(double value) const {
 
 int LengthInfo::GetMaxPrecision() const {
   if (IsBinaryFormat(m_format)) return 6;
-  const auto& table = kPrecisions();
-  auto it = table.find(GetUnits());
-  return it == table.end() ? 4 : it->second;
+  return MaxPrecisionOf(GetUnits());
 }
 
 double LengthInfo::Round(double value) const {
@@ -97,6 +122,15 @@ double LengthInfo::Round(double value) const {
 }
 
 double LengthInfo::PrecisionAsUnit() const {
+  if (typeid(*this) == typeid(LengthInfo)) {
+    // Exactly a LengthInfo: every getter involved is this class's own, so
+    // the fields give the same answer without six virtual calls (rounding
+    // runs this for every value).
+    const Units u = ValidUnitsForFormat(m_format, m_units);
+    const int p = std::min(m_precision, IsBinaryFormat(m_format) ? 6 : MaxPrecisionOf(u));
+    if (IsBinaryFormat(m_format)) return std::ldexp(1.0, -p);
+    return InversePowerOfTen(p) * ScaleOf(u);
+  }
   return PrecisionAsUnit(GetFormat(), GetPrecision(), GetUnits());
 }
 
@@ -104,7 +138,7 @@ double LengthInfo::PrecisionAsUnit(Format f, int p, Units u) const {
   // ldexp gives the binary step for every p: exactly 1/(1 << p) where a
   // shift is defined, and a sensible step for negative or large p.
   if (IsBinaryFormat(f)) return std::ldexp(1.0, -p);
-  double factor = p == 0 ? 1.0 : 1.0 / PowerOfTen(p);
+  const double factor = InversePowerOfTen(p);
   return factor * GetUnitsScale(u);
 }
 
@@ -121,9 +155,11 @@ UnitsInfo::Units LengthInfo::ValidUnitsForFormat(Format f, Units u) {
 }
 
 const std::map<UnitsInfo::Units, int>& LengthInfo::kPrecisions() {
-  static const std::map<Units, int> table = {
-      {kInches, 6}, {kFeet, 6},   {kMillimeters, 6},         {kCentimeters, 6},
-      {kMeters, 6}, {kPoints, 1}, {static_cast<Units>(6), 4}};
+  static const std::map<Units, int> table = [] {
+    std::map<Units, int> t;
+    for (const UnitPrecision& e : kMaxPrecisions) t.emplace(e.units, e.precision);
+    return t;
+  }();
   return table;
 }
 

@@ -175,20 +175,31 @@ class TAVRIN_EXPORT CNotificationCenter {
     return !m_removeFromAll.empty() || !m_nameRemovals.empty() || !m_idRemovals.empty();
   }
   template <class Payload>
-  void SendNamed(const char* name, Payload&& payload);
+  void SendNamed(const char* name, Payload payload);
 
   // Each name's observers in registration order. A vector walked by index,
   // re-reading its size at every step, reaches observers appended during the
   // dispatch exactly as a linked list would, and removals never happen while
   // a name dispatch runs.
-  std::map<std::string, std::vector<tavrin::IObserver*>, std::less<>> m_observersByName;
-  std::unordered_map<tavrin::NotificationId, std::vector<tavrin::IObserver*>> m_observersById;
+  using NameTable = std::map<std::string, std::vector<tavrin::IObserver*>, std::less<>>;
+  using NameEntry = NameTable::value_type;
+  NameTable m_observersByName;
+  using IdTable = std::unordered_map<tavrin::NotificationId, std::vector<tavrin::IObserver*>>;
+  using IdEntry = IdTable::value_type;
+  IdTable m_observersById;
   int m_idDispatchDepth = 0;
   int m_nameDispatchDepth = 0;
   std::vector<tavrin::IObserver*> m_removeFromAll;
   bool m_enabled = true;
   std::vector<std::pair<std::string, tavrin::IObserver*>> m_nameRemovals;
   std::multimap<tavrin::NotificationId, tavrin::IObserver*> m_idRemovals;
+  // Bumped by every change to the tables or the removal queues; a dispatch
+  // walks its list through a saved pointer while this stays put.
+  std::uint64_t m_changes = 0;
+  // The entries of the name and the identifier sent last (checked before
+  // use), or null; cleared whenever an entry of that table is erased.
+  NameEntry* m_lastName = nullptr;
+  IdEntry* m_lastId = nullptr;
 };
 
 // CNotificationDisabler

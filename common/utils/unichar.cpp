@@ -1,7 +1,32 @@
 // unichar.cpp - C-string functions for zero-terminated UTF-16 units.
+//
+// The unit scans under every string copy (ustrlen, umemchr and through it
+// ustrncpy) test eight units at a time with SSE2 where the target has it
+// (every x86-64), and one unit at a time elsewhere. The block scans read
+// whole 16-byte blocks aligned on 16 bytes: such a block never straddles a
+// page, so reading the units of it that lie past the terminator (or past the
+// end of a shorter source than `n` says) can never fault, and the result
+// depends only on the units up to the one found. Those reads are outside
+// the C++ object model, so the block functions are not instrumented by
+// AddressSanitizer; an odd address (not a unit boundary) takes the portable
+// path.
 #include "common/utils/unichar.h"
 
+#include <cstdint>
 #include <cstring>
+
+#include "common/utils/internal/unichar_internal.h"
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#define TAVRIN_UNIT_BLOCKS 1
+#endif
+
+#if defined(__clang__) || defined(__GNUC__)
+#define TAVRIN_NO_ASAN __attribute__((no_sanitize_address))
+#else
+#define TAVRIN_NO_ASAN
+#endif
 
 namespace {
 
@@ -11,15 +36,79 @@ inline bool InSet(unsigned short ch, const unsigned short* set) {
   return false;
 }
 
+#if defined(TAVRIN_UNIT_BLOCKS)
+
+// Bit mask (two bits per unit) of the lanes of `block` equal to `needle`.
+TAVRIN_NO_ASAN inline unsigned MatchMask(const __m128i* block, __m128i needle) {
+  return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_load_si128(block), needle)));
+}
+
+TAVRIN_NO_ASAN unsigned long UstrlenBlocks(const unsigned short* s) {
+  const auto start = reinterpret_cast<std::uintptr_t>(s);
+  const __m128i zero = _mm_setzero_si128();
+  const auto* block = reinterpret_cast<const __m128i*>(start & ~std::uintptr_t{15});
+  // Lanes of the first block that lie before `s` do not count.
+  unsigned mask = MatchMask(block, zero) & (~0u << (start & 15));
+  while (mask == 0) mask = MatchMask(++block, zero);
+  const std::uintptr_t at = reinterpret_cast<std::uintptr_t>(block) + __builtin_ctz(mask);
+  return static_cast<unsigned long>((at - start) / sizeof(unsigned short));
+}
+
+TAVRIN_NO_ASAN const unsigned short* UmemchrBlocks(const unsigned short* p, unsigned short ch,
+                                                   unsigned long n) {
+  const auto start = reinterpret_cast<std::uintptr_t>(p);
+  // One past the last unit to search (clamped for a huge `n`, which callers
+  // use as "no bound").
+  const std::uintptr_t room = (UINTPTR_MAX - start) / sizeof(unsigned short);
+  const std::uintptr_t end = start + sizeof(unsigned short) * (n < room ? n : room);
+  const __m128i needle = _mm_set1_epi16(static_cast<short>(ch));
+  const auto* block = reinterpret_cast<const __m128i*>(start & ~std::uintptr_t{15});
+  unsigned mask = MatchMask(block, needle) & (~0u << (start & 15));
+  for (;;) {
+    const auto base = reinterpret_cast<std::uintptr_t>(block);
+    if (mask != 0) {
+      const std::uintptr_t at = base + __builtin_ctz(mask);
+      return at < end ? reinterpret_cast<const unsigned short*>(at) : nullptr;
+    }
+    if (end - base <= 16) return nullptr;  // this block reached the end
+    mask = MatchMask(++block, needle);
+  }
+}
+
+#endif  // TAVRIN_UNIT_BLOCKS
+
+// Whether `p` is not on a unit boundary (only the portable scans take it).
+inline bool OddAddress(const unsigned short* p) {
+  return (reinterpret_cast<std::uintptr_t>(p) & 1) != 0;
+}
+
 }  // namespace
 
-extern "C" {
+namespace tavrin::utils::detail {
 
-unsigned long ustrlen(const unsigned short* s) {
+unsigned long UstrlenPortable(const unsigned short* s) {
   if (s == nullptr) return 0;
   const unsigned short* p = s;
   while (*p) ++p;
   return static_cast<unsigned long>(p - s);
+}
+
+const unsigned short* UmemchrPortable(const unsigned short* p, unsigned short ch, unsigned long n) {
+  if (p == nullptr) return nullptr;
+  for (; n > 0; --n, ++p)
+    if (*p == ch) return p;
+  return nullptr;
+}
+
+}  // namespace tavrin::utils::detail
+
+extern "C" {
+
+unsigned long ustrlen(const unsigned short* s) {
+#if defined(TAVRIN_UNIT_BLOCKS)
+  if (s != nullptr && !OddAddress(s)) return UstrlenBlocks(s);
+#endif
+  return tavrin::utils::detail::UstrlenPortable(s);
 }
 
 unsigned short* ustrcpy(unsigned short* dest, const unsigned short* src) {
@@ -133,10 +222,12 @@ unsigned short* ustrpbrk(const unsigned short* s, const unsigned short* set) {
 }
 
 unsigned short* umemchr(const unsigned short* p, unsigned short ch, unsigned long n) {
-  if (p == nullptr) return nullptr;
-  for (; n > 0; --n, ++p)
-    if (*p == ch) return const_cast<unsigned short*>(p);
-  return nullptr;
+#if defined(TAVRIN_UNIT_BLOCKS)
+  // Short runs are not worth a block set-up.
+  if (p != nullptr && n >= 8 && !OddAddress(p))
+    return const_cast<unsigned short*>(UmemchrBlocks(p, ch, n));
+#endif
+  return const_cast<unsigned short*>(tavrin::utils::detail::UmemchrPortable(p, ch, n));
 }
 
 void umemset(unsigned short* p, unsigned short ch, unsigned long n) {

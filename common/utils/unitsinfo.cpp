@@ -104,10 +104,6 @@ double UnitsInfo::PowerOfTen(int p) {
   return std::pow(10.0, p);
 }
 
-double UnitsInfo::RoundHalfUp(double value, double step) {
-  return step * std::floor(value / step + 0.5);
-}
-
 bool UnitsInfo::SupportsFractionsFormat() {
   return true;
 }

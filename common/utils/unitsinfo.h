@@ -14,6 +14,8 @@
 // of kYards.
 #pragma once
 
+#include <cmath>
+
 #include "common/utils/export.h"
 
 namespace tavrin::utils {
@@ -118,8 +120,22 @@ class TAVRIN_EXPORT UnitsInfo {
   // 10^p as std::pow(10.0, p) gives it (exact table for 0..22).
   static double PowerOfTen(int p);
 
+  // 1.0 / PowerOfTen(p), bit for bit (a table of the correctly rounded
+  // 10^-p for 0..22, so the rounding path needs no extra division).
+  static double InversePowerOfTen(int p) {
+    // Each literal is the double nearest to 10^-p, which is also what the
+    // correctly rounded division 1.0 / 10^p gives.
+    static constexpr double kInverse[] = {1e-0,  1e-1,  1e-2,  1e-3,  1e-4,  1e-5,  1e-6,  1e-7,
+                                          1e-8,  1e-9,  1e-10, 1e-11, 1e-12, 1e-13, 1e-14, 1e-15,
+                                          1e-16, 1e-17, 1e-18, 1e-19, 1e-20, 1e-21, 1e-22};
+    if (p >= 0 && p <= 22) return kInverse[p];
+    return 1.0 / PowerOfTen(p);
+  }
+
   // step * floor(value / step + 0.5): halves round toward +infinity.
-  static double RoundHalfUp(double value, double step);
+  static double RoundHalfUp(double value, double step) {
+    return step * std::floor(value / step + 0.5);
+  }
 
   Format m_format;
   Units m_units;

@@ -163,6 +163,156 @@ void ExchangeStringConversions(unsigned short* p, std::size_t n) {
   }
 }
 
+// ExchangeStringConversions' state machine run on units as they are
+// produced, so FormatV rewrites a format in one pass over it instead of
+// writing it and reading it back.
+class Exchanger {
+ public:
+  // The unit to store for `c`, the next unit of the text being produced.
+  unsigned short Step(unsigned short c) {
+    switch (state_) {
+      case State::kPlain:
+        if (c == kPercent) state_ = State::kAfterPercent;
+        return c;
+      case State::kAfterPercent:
+        if (IsInsertDigit(c)) {
+          state_ = State::kAfterNumber;
+          return c;
+        }
+        state_ = State::kPlain;
+        return SwapStringConversion(c);
+      case State::kAfterNumber:
+        if (c == u'$') state_ = State::kAfterDollar;
+        return c;
+      case State::kAfterDollar:
+        state_ = State::kPlain;
+        return SwapStringConversion(c);
+    }
+    return c;
+  }
+
+  // Whether units pass unchanged until the next "%".
+  bool IsPlain() const { return state_ == State::kPlain; }
+
+  // The state Step leaves after "%", an insert digit and "$".
+  void SetAfterDollar() { state_ = State::kAfterDollar; }
+
+  // Copies `n` units that hold no "%" to `out`, exchanging as Step would:
+  // only the first unit, or the unit after the first "$" while an insert
+  // number is open, can change.
+  void Run(const unsigned short* in, std::size_t n, unsigned short* out) {
+    std::memcpy(out, in, n * sizeof(unsigned short));
+    std::size_t i = 0;
+    while (i < n && state_ != State::kPlain) {
+      if (state_ == State::kAfterNumber) {
+        while (i < n && in[i] != u'$') ++i;
+        if (i == n) return;
+        state_ = State::kAfterDollar;
+        ++i;
+        continue;
+      }
+      out[i] = Step(in[i]);
+      ++i;
+    }
+  }
+
+ private:
+  enum class State { kPlain, kAfterPercent, kAfterNumber, kAfterDollar };
+  State state_ = State::kPlain;
+};
+
+// FixInserts followed by ExchangeStringConversions, in one pass: the same
+// states as FixInserts, every unit it writes passed through an Exchanger.
+std::size_t RewriteInserts(const unsigned short* in, std::size_t n, unsigned short* out) {
+  constexpr std::size_t kShortRun = 32;
+  enum class State { kPlain, kAfterPercent, kAfterNumber, kInsideBang };
+  Exchanger ex;
+  unsigned short* o = out;
+  State state = State::kPlain;
+  for (std::size_t i = 0; i < n; ++i) {
+    const unsigned short c = in[i];
+    switch (state) {
+      case State::kPlain: {
+        std::size_t end = i;
+        if (ex.IsPlain() && n - i < kShortRun) {
+          // Short plain text (most of a message format): copied unit by
+          // unit, cheaper than a search and a memcpy call.
+          while (end < n && in[end] != kPercent) *o++ = in[end++];
+        } else {
+          end = detail::FindPercentUnit(in, i, n);
+          ex.Run(in + i, end - i, o);
+          o += end - i;
+        }
+        if (end == n) return static_cast<std::size_t>(o - out);
+        if (ex.IsPlain() && end + 2 < n && IsInsertDigit(in[end + 1]) &&
+            (in[end + 2] == u' ' || in[end + 2] == u'!')) {
+          // "%n " and "%n!": the usual inserts, written as the states above
+          // would write them ("%n$s " and "%n$" through an Exchanger that
+          // was plain before the "%": "%n$S " leaves it plain, "%n$" leaves
+          // it after a "$").
+          o[0] = kPercent;
+          o[1] = in[end + 1];
+          o[2] = u'$';
+          if (in[end + 2] == u' ') {
+            o[3] = u'S';
+            o[4] = u' ';
+            o += 5;
+            i = end + 2;
+            break;
+          }
+          o += 3;
+          ex.SetAfterDollar();
+          i = end + 2;
+          state = State::kInsideBang;
+          break;
+        }
+        *o++ = ex.Step(kPercent);
+        i = end;
+        state = State::kAfterPercent;
+        break;
+      }
+      case State::kAfterPercent:
+        *o++ = ex.Step(c);
+        state = IsInsertDigit(c) ? State::kAfterNumber : State::kPlain;
+        break;
+      case State::kAfterNumber:
+        if (c == u' ') {
+          *o++ = ex.Step(u'$');
+          *o++ = ex.Step(u's');
+          *o++ = ex.Step(u' ');
+        } else if (c == u'.') {
+          if (i + 1 < n && IsDecimalDigit(in[i + 1])) {
+            *o++ = ex.Step(u'.');
+          } else {
+            *o++ = ex.Step(u'$');
+            *o++ = ex.Step(u's');
+            *o++ = ex.Step(u'.');
+          }
+        } else if (c == u'!') {
+          *o++ = ex.Step(u'$');
+          state = State::kInsideBang;
+          break;
+        } else {
+          *o++ = ex.Step(c);
+        }
+        state = State::kPlain;
+        break;
+      case State::kInsideBang:
+        if (c == u'!') {
+          state = State::kPlain;
+        } else {
+          *o++ = ex.Step(c);
+        }
+        break;
+    }
+  }
+  if (state == State::kAfterNumber) {
+    *o++ = ex.Step(u'$');
+    *o++ = ex.Step(u's');
+  }
+  return static_cast<std::size_t>(o - out);
+}
+
 }  // namespace
 
 tavrin_ustring tavrin_ustring::FixWindowsPositionalFormats(const tavrin_ustring& fmt) {
@@ -232,11 +382,11 @@ void tavrin_ustring::Format(tavrin_ustring fmt, ...) {
 
 void tavrin_ustring::FormatV(const tavrin_ustring& fmt, va_list args) {
   if (fmt.empty()) return;
-  // ReverseStringFormats(FixWindowsPositionalFormats(fmt)), built in scratch
-  // units instead of two temporary strings, then the platform step.
+  // ReverseStringFormats(FixWindowsPositionalFormats(fmt)), built in one
+  // pass into scratch units instead of two temporary strings, then the
+  // platform step.
   Scratch scratch(FixInsertsBound(fmt.size()));
-  const std::size_t n = FixInserts(fmt.data(), fmt.size(), scratch.data());
-  ExchangeStringConversions(scratch.data(), n);
+  const std::size_t n = RewriteInserts(fmt.data(), fmt.size(), scratch.data());
   if (!platform::FormatUtf16V(scratch.data(), n, args, *this)) str_.clear();
 }
 
@@ -271,6 +421,15 @@ void CollapsePercentPairs(const Unit* in, std::size_t n, Out& out) {
 }
 
 }  // namespace
+
+tavrin_ustring RewriteLibraryFormat(const tavrin_ustring& fmt) {
+  tavrin_ustring result;
+  if (fmt.empty()) return result;
+  Scratch scratch(FixInsertsBound(fmt.size()));
+  const std::size_t written = RewriteInserts(fmt.data(), fmt.size(), scratch.data());
+  result.str().assign(scratch.data(), written);
+  return result;
+}
 
 tavrin_ustring FormatWithoutArguments(const tavrin_ustring& text) {
   tavrin_ustring result;

@@ -13,6 +13,7 @@
 #include <xlocale.h>  // the *_l functions live here on BSD-derived C libraries
 #endif
 
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -321,40 +322,95 @@ int tavrin_ustring::compare_nocase(const tavrin_ustring& other) const {
   return ToUpperUnit(*a) < ToUpperUnit(*b) ? -1 : 1;
 }
 
-int tavrin_ustring::compare_intuitive_nocase(const tavrin_ustring& other) const {
-  const unsigned short* a = c_str();
-  const unsigned short* b = other.c_str();
-  while (EqualNoCase(*a, *b)) {
-    if (*a == 0) return 0;
-    if (IsDigit(*a)) {
+namespace {
+
+// Sort keys of the ASCII units for the natural order: 0 for the end of the
+// text, 1 for every digit, and the upper-case letter plus one for the rest.
+// Two ASCII units are case-equal exactly when their keys are equal and not
+// 1; where two keys differ, their order is the order of the comparison's
+// exit rules (end < digit < any other unit, the rest by upper case).
+constexpr std::array<unsigned char, 128> MakeNaturalKeys() {
+  std::array<unsigned char, 128> keys{};
+  for (unsigned c = 1; c < 128; ++c) {
+    if (c >= '0' && c <= '9') {
+      keys[c] = 1;
+    } else {
+      const unsigned upper = c >= 'a' && c <= 'z' ? c - 0x20 : c;
+      keys[c] = static_cast<unsigned char>(upper + 1);
+    }
+  }
+  return keys;
+}
+constexpr std::array<unsigned char, 128> kNaturalKeys = MakeNaturalKeys();
+
+// The natural order from `a` and `b` on: every rule, for units at any
+// position (the member below handles the ASCII units that are equal or
+// decide the result at once, and calls this for the rest, so that its own
+// loop needs no saved registers).
+[[gnu::noinline]] int NaturalCompareFrom(const unsigned short* a, const unsigned short* b) {
+  for (;;) {
+    const unsigned short ca = *a;
+    const unsigned short cb = *b;
+    if ((ca | cb) < 0x80) {
+      // Both ASCII (file names mostly are): one table look-up each decides
+      // case-equality and, when they differ, the result.
+      const unsigned ka = kNaturalKeys[ca];
+      const unsigned kb = kNaturalKeys[cb];
+      if (ka != kb) return ka < kb ? -1 : 1;
+      if (ka == 0) return 0;  // both texts ended together
+      if (ka != 1) {
+        ++a;
+        ++b;
+        continue;
+      }
+      // Two digits: their runs compare by value. Runs that start with the
+      // same digit and have equal values go on after both ("007" and "7" are
+      // the same number); runs that start with different digits and have
+      // equal values end the comparison with 0, whatever follows ("01b"
+      // against "1a"); callers rely on both.
       const size_type la = DigitRun(a);
       const size_type lb = DigitRun(b);
       const std::uint64_t va = RunValue(a, la);
       const std::uint64_t vb = RunValue(b, lb);
-      if (va < vb) return -1;
-      if (va > vb) return 1;
-      // Equal values: "007" and "7" are the same number; go on after both.
+      if (va != vb) return va < vb ? -1 : 1;
+      if (ca != cb) return 0;
       a += la;
       b += lb;
       continue;
     }
+    // At least one unit above ASCII: the general rules.
+    if (EqualNoCase(ca, cb)) {
+      // Neither is 0 nor a digit (one of them is above ASCII and they are
+      // case-equal).
+      ++a;
+      ++b;
+      continue;
+    }
+    const bool da = IsDigit(ca);
+    const bool db = IsDigit(cb);
+    if (!da && db) return ca != 0 ? 1 : -1;
+    if (da && !db) return cb != 0 ? -1 : 1;
+    return ToUpperUnit(ca) < ToUpperUnit(cb) ? -1 : 1;
+  }
+}
+
+}  // namespace
+
+int tavrin_ustring::compare_intuitive_nocase(const tavrin_ustring& other) const {
+  const unsigned short* a = c_str();
+  const unsigned short* b = other.c_str();
+  for (;;) {
+    const unsigned short ca = *a;
+    const unsigned short cb = *b;
+    if ((ca | cb) >= 0x80) break;
+    const unsigned ka = kNaturalKeys[ca];
+    const unsigned kb = kNaturalKeys[cb];
+    if (ka != kb) return ka < kb ? -1 : 1;
+    if (ka <= 1) break;  // the end of both texts, or two digits
     ++a;
     ++b;
   }
-  const unsigned short ca = *a;
-  const unsigned short cb = *b;
-  const bool da = IsDigit(ca);
-  const bool db = IsDigit(cb);
-  if (!da && db) return ca != 0 ? 1 : -1;
-  if (da && !db) return cb != 0 ? -1 : 1;
-  if (!da && !db) return ToUpperUnit(ca) < ToUpperUnit(cb) ? -1 : 1;
-  // Two runs with different first digits. Equal values end the comparison
-  // here with 0, whatever follows ("01b" against "1a"); callers rely on it.
-  const std::uint64_t va = RunValue(a, DigitRun(a));
-  const std::uint64_t vb = RunValue(b, DigitRun(b));
-  if (va < vb) return -1;
-  if (va > vb) return 1;
-  return 0;
+  return NaturalCompareFrom(a, b);
 }
 
 // --- Replacement ---------------------------------------------------------------

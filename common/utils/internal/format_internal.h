@@ -44,12 +44,25 @@ TAVRIN_EXPORT tavrin_ustring FormatWithoutArguments(const tavrin_ustring& text);
 // bytes inside `text` are ordinary.
 TAVRIN_EXPORT std::string FormatWithoutArgumentsUtf8(std::string_view text);
 
+// RewriteLibraryFormat()
+//
+// ReverseStringFormats(FixWindowsPositionalFormats(fmt)), computed in one
+// pass: the printf-style format FormatV hands to the platform formatter.
+// Never fails; empty gives empty.
+TAVRIN_EXPORT tavrin_ustring RewriteLibraryFormat(const tavrin_ustring& fmt);
+
 // FindPercentUnit()
 //
 // Index of the first "%" unit in p[i, n) (i <= n), or `n` when there is
 // none. Shared by the rewriting functions and the formatter, which spend most
-// of their time skipping plain text: four units are tested at a time.
+// of their time skipping plain text. The first 32 units are tested one at a
+// time: formats are short and often written just before (a wide load of
+// units stored one by one must wait for the stores); after that four units
+// are tested at a time.
 inline std::size_t FindPercentUnit(const unsigned short* p, std::size_t i, std::size_t n) {
+  const std::size_t near_end = n - i < 32 ? n : i + 32;
+  for (; i < near_end; ++i)
+    if (p[i] == u'%') return i;
   constexpr std::uint64_t kOnes = 0x0001000100010001ULL;
   constexpr std::uint64_t kHighs = 0x8000800080008000ULL;
   constexpr std::uint64_t kPercents = 0x0025002500250025ULL;

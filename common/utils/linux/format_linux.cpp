@@ -9,12 +9,17 @@
 //   2. read arguments 1..max from a copy of the va_list, in order;
 //   3. write the literal text and the conversions into a stack buffer (moved
 //      to the heap when it fills), copied into the target once at the end.
-// Integers, characters and strings are written here; floating-point digits
-// come from snprintf on a small stack buffer (a heap buffer when a precision
-// asks for more), run under the "C" locale so the decimal point is always
-// "."; widths are applied here, so no width is limited by a buffer.
+// Integers, characters and strings are written here. Floating-point digits
+// of finite doubles come from std::to_chars (printf's exact output in the "C"
+// locale, several times faster); every other case ("#", long double,
+// infinities, NaNs, "%a", a non-default rounding mode) comes from snprintf on
+// a small stack buffer (a heap buffer when a precision asks for more), run
+// under the "C" locale so the decimal point is always "."; widths are applied
+// here, so no width is limited by a buffer.
 #include <locale.h>
 
+#include <cfenv>
+#include <charconv>
 #include <climits>
 #include <cmath>
 #include <cstdarg>
@@ -26,6 +31,7 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <system_error>
 #include <type_traits>
 
 #include "common/utils/convertutf.h"
@@ -60,11 +66,26 @@ class SmallVector {
     if (size_ == capacity_) Grow(size_ + 1);
     data_[size_++] = v;
   }
+  // Appends an element set to `v` and returns it, to be filled in place
+  // (building a record on the stack and copying it in would read back the
+  // narrow stores that built it through wide loads, which stalls).
+  T& emplace_back(const T& v) {
+    if (size_ == capacity_) Grow(size_ + 1);
+    data_[size_] = v;
+    return data_[size_++];
+  }
   // Grows to `n` elements, new ones set to `fill`; never shrinks.
   void GrowTo(std::size_t n, const T& fill) {
     if (n <= size_) return;
     if (n > capacity_) Grow(n);
     for (std::size_t i = size_; i < n; ++i) data_[i] = fill;
+    size_ = n;
+  }
+  // Grows to `n` elements and leaves the new ones unset, for a caller that
+  // writes every one of them next; never shrinks.
+  void GrowUnset(std::size_t n) {
+    if (n <= size_) return;
+    if (n > capacity_) Grow(n);
     size_ = n;
   }
 
@@ -193,6 +214,13 @@ bool IsDigit(unsigned short c) {
   return c >= u'0' && c <= u'9';
 }
 
+// A letter that is not a length modifier: after "%" or "%n$" it can only be
+// the conversion itself.
+bool IsBareConversion(unsigned short c) {
+  const bool letter = (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z');
+  return letter && c != u'h' && c != u'l' && c != u'j' && c != u'z' && c != u't' && c != u'L';
+}
+
 // Parses the whole format. Returns false when it must be rejected.
 class Parser {
  public:
@@ -223,10 +251,20 @@ class Parser {
     if (mode_ == Mode::kUnknown) mode_ = wanted;
     if (mode_ != wanted) return false;  // numbered and unnumbered mixed
     if (position == 0) position = ++next_sequential_;
-    kinds.GrowTo(position, ArgKind::kNone);
-    ArgKind& slot = kinds[position - 1];
-    if (slot != ArgKind::kNone && slot != kind) return false;
-    slot = kind;
+    if (position == kinds.size() + 1) {
+      // The next position (the usual case): appended, nothing read back.
+      kinds.push_back(kind);
+      used = position;
+      return true;
+    }
+    if (position > kinds.size()) {
+      // New positions past a gap: the slot is unused, nothing is read back.
+      kinds.GrowTo(position, ArgKind::kNone);
+    } else {
+      const ArgKind slot = kinds[position - 1];
+      if (slot != ArgKind::kNone && slot != kind) return false;
+    }
+    kinds[position - 1] = kind;
     used = position;
     return true;
   }
@@ -263,7 +301,8 @@ bool Parser::Parse(SmallVector<Spec, 16>& specs, SmallVector<ArgKind, 16>& kinds
   while (i_ < n_) {
     i_ = tavrin::utils::detail::FindPercentUnit(f_, i_, n_);
     if (i_ == n_) break;
-    Spec s{};
+    // Filled in place; a rejected format drops the whole vector anyway.
+    Spec& s = specs.emplace_back(Spec{});
     s.literal_begin = static_cast<std::uint32_t>(literal_begin);
     s.literal_end = static_cast<std::uint32_t>(i_);
     s.width = kNoValue;
@@ -274,7 +313,6 @@ bool Parser::Parse(SmallVector<Spec, 16>& specs, SmallVector<ArgKind, 16>& kinds
     if (f_[i_] == u'%' || f_[i_] == u'@') {
       s.conversion = static_cast<char>(f_[i_]);
       ++i_;
-      specs.push_back(s);
       literal_begin = i_;
       continue;
     }
@@ -294,70 +332,74 @@ bool Parser::Parse(SmallVector<Spec, 16>& specs, SmallVector<ArgKind, 16>& kinds
       }
     }
 
-    // Flags.
-    for (; i_ < n_; ++i_) {
-      const unsigned short c = f_[i_];
-      if (c == u'-') {
-        s.flags |= kFlagLeft;
-      } else if (c == u'+') {
-        s.flags |= kFlagPlus;
-      } else if (c == u' ') {
-        s.flags |= kFlagSpace;
-      } else if (c == u'#') {
-        s.flags |= kFlagAlt;
-      } else if (c == u'0') {
-        s.flags |= kFlagZero;
-      } else if (c == u'\'') {
-        // Grouping: accepted, and never done.
-      } else {
-        break;
+    // A conversion letter straight away (the usual case) has no flags,
+    // width, precision or length: none of those starts with such a letter.
+    if (i_ >= n_ || !IsBareConversion(f_[i_])) {
+      // Flags.
+      for (; i_ < n_; ++i_) {
+        const unsigned short c = f_[i_];
+        if (c == u'-') {
+          s.flags |= kFlagLeft;
+        } else if (c == u'+') {
+          s.flags |= kFlagPlus;
+        } else if (c == u' ') {
+          s.flags |= kFlagSpace;
+        } else if (c == u'#') {
+          s.flags |= kFlagAlt;
+        } else if (c == u'0') {
+          s.flags |= kFlagZero;
+        } else if (c == u'\'') {
+          // Grouping: accepted, and never done.
+        } else {
+          break;
+        }
       }
-    }
 
-    // Width.
-    if (i_ < n_ && f_[i_] == u'*') {
-      ++i_;
-      if (!ReadStarArgument(kinds, s.width_arg)) return false;
-    } else if (i_ < n_ && IsDigit(f_[i_])) {
-      unsigned long long value = 0;
-      if (!ReadNumber(INT_MAX, value)) return false;
-      s.width = static_cast<int>(value);
-    }
-
-    // Precision ("." alone is 0).
-    if (i_ < n_ && f_[i_] == u'.') {
-      ++i_;
+      // Width.
       if (i_ < n_ && f_[i_] == u'*') {
         ++i_;
-        if (!ReadStarArgument(kinds, s.precision_arg)) return false;
-      } else {
+        if (!ReadStarArgument(kinds, s.width_arg)) return false;
+      } else if (i_ < n_ && IsDigit(f_[i_])) {
         unsigned long long value = 0;
         if (!ReadNumber(INT_MAX, value)) return false;
-        s.precision = static_cast<int>(value);
+        s.width = static_cast<int>(value);
       }
-    }
 
-    // Length modifier.
-    if (i_ < n_) {
-      const unsigned short c = f_[i_];
-      const unsigned short next = i_ + 1 < n_ ? f_[i_ + 1] : 0;
-      if (c == u'h') {
-        s.length = next == u'h' ? Length::kHH : Length::kH;
-      } else if (c == u'l') {
-        s.length = next == u'l' ? Length::kLL : Length::kL;
-      } else if (c == u'j') {
-        s.length = Length::kJ;
-      } else if (c == u'z') {
-        s.length = Length::kZ;
-      } else if (c == u't') {
-        s.length = Length::kT;
-      } else if (c == u'L') {
-        s.length = Length::kBigL;
-      }
-      if (s.length == Length::kHH || s.length == Length::kLL) {
-        i_ += 2;
-      } else if (s.length != Length::kNone) {
+      // Precision ("." alone is 0).
+      if (i_ < n_ && f_[i_] == u'.') {
         ++i_;
+        if (i_ < n_ && f_[i_] == u'*') {
+          ++i_;
+          if (!ReadStarArgument(kinds, s.precision_arg)) return false;
+        } else {
+          unsigned long long value = 0;
+          if (!ReadNumber(INT_MAX, value)) return false;
+          s.precision = static_cast<int>(value);
+        }
+      }
+
+      // Length modifier.
+      if (i_ < n_) {
+        const unsigned short c = f_[i_];
+        const unsigned short next = i_ + 1 < n_ ? f_[i_ + 1] : 0;
+        if (c == u'h') {
+          s.length = next == u'h' ? Length::kHH : Length::kH;
+        } else if (c == u'l') {
+          s.length = next == u'l' ? Length::kLL : Length::kL;
+        } else if (c == u'j') {
+          s.length = Length::kJ;
+        } else if (c == u'z') {
+          s.length = Length::kZ;
+        } else if (c == u't') {
+          s.length = Length::kT;
+        } else if (c == u'L') {
+          s.length = Length::kBigL;
+        }
+        if (s.length == Length::kHH || s.length == Length::kLL) {
+          i_ += 2;
+        } else if (s.length != Length::kNone) {
+          ++i_;
+        }
       }
     }
 
@@ -441,7 +483,6 @@ bool Parser::Parse(SmallVector<Spec, 16>& specs, SmallVector<ArgKind, 16>& kinds
     }
     s.conversion = static_cast<char>(conv);
     if (!UseArgument(position, kind, kinds, s.value_arg)) return false;
-    specs.push_back(s);
     literal_begin = i_;
   }
   tail = literal_begin;
@@ -487,7 +528,16 @@ void AppendNumber(OutBuffer& out, const char* sign_and_prefix, std::size_t prefi
                   std::size_t leading_zeros, const char* digits, std::size_t digit_count,
                   std::size_t width, bool left, bool zero_pad) {
   const std::size_t total = prefix_len + leading_zeros + digit_count;
-  const std::size_t pad = width > total ? width - total : 0;
+  if (width <= total) {
+    // No padding (the usual case): one reservation for all the units.
+    unsigned short* p = out.Extend(total);
+    for (std::size_t i = 0; i < prefix_len; ++i)
+      *p++ = static_cast<unsigned char>(sign_and_prefix[i]);
+    for (std::size_t i = 0; i < leading_zeros; ++i) *p++ = u'0';
+    for (std::size_t i = 0; i < digit_count; ++i) *p++ = static_cast<unsigned char>(digits[i]);
+    return;
+  }
+  const std::size_t pad = width - total;
   if (!left && !zero_pad) AppendRepeated(out, pad, u' ');
   AppendAscii(out, sign_and_prefix, prefix_len);
   AppendRepeated(out, leading_zeros + (zero_pad && !left ? pad : 0), u'0');
@@ -521,6 +571,10 @@ std::size_t UnitLength(const unsigned short* s) {
 
 void AppendUnits(OutBuffer& out, const unsigned short* units, std::size_t n, std::size_t width,
                  bool left) {
+  if (width <= n) {
+    out.Append(units, n);
+    return;
+  }
   const Padding pad = PadFor(n, width, left);
   AppendRepeated(out, pad.before, u' ');
   out.Append(units, n);
@@ -593,20 +647,50 @@ void AppendUtf32(OutBuffer& out, const UTF32* s, std::size_t n, std::size_t widt
   AppendRepeated(out, pad.after, u' ');
 }
 
+// Writes the digits of `value` backwards ending at `end` and returns where
+// they start (at least one digit). Each base has its own loop so that the
+// divisions are by constants (multiplications and shifts, not divides).
+char* WriteDigits(char* end, unsigned long long value, char conv) {
+  char* p = end;
+  if (conv == 'x' || conv == 'X') {
+    const char* alphabet = conv == 'X' ? "0123456789ABCDEF" : "0123456789abcdef";
+    do {
+      *--p = alphabet[value & 15u];
+      value >>= 4;
+    } while (value != 0);
+  } else if (conv == 'o') {
+    do {
+      *--p = static_cast<char>('0' + (value & 7u));
+      value >>= 3;
+    } while (value != 0);
+  } else {
+    // Two digits per division while the value has them.
+    static constexpr char kPairs[] =
+        "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+        "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+        "8081828384858687888990919293949596979899";
+    while (value >= 100) {
+      const unsigned pair = static_cast<unsigned>(value % 100);
+      value /= 100;
+      p -= 2;
+      std::memcpy(p, kPairs + 2 * pair, 2);
+    }
+    if (value >= 10) {
+      p -= 2;
+      std::memcpy(p, kPairs + 2 * value, 2);
+    } else {
+      *--p = static_cast<char>('0' + value);
+    }
+  }
+  return p;
+}
+
 void AppendInteger(OutBuffer& out, const Spec& s, char conv, unsigned long long magnitude,
                    bool negative, int width, int precision) {
   char digits[32];
   char* end = digits + sizeof(digits);
-  char* p = end;
-  const unsigned base = conv == 'o' ? 8 : (conv == 'x' || conv == 'X') ? 16 : 10;
-  const char* alphabet = conv == 'X' ? "0123456789ABCDEF" : "0123456789abcdef";
   // Precision 0 with the value 0 writes no digits at all.
-  if (!(magnitude == 0 && precision == 0)) {
-    do {
-      *--p = alphabet[magnitude % base];
-      magnitude /= base;
-    } while (magnitude != 0);
-  }
+  char* p = magnitude == 0 && precision == 0 ? end : WriteDigits(end, magnitude, conv);
   const std::size_t digit_count = static_cast<std::size_t>(end - p);
   std::size_t zeros = 0;
   if (precision > 0 && static_cast<std::size_t>(precision) > digit_count) {
@@ -670,10 +754,63 @@ void AppendPointer(OutBuffer& out, const Spec& s, const void* value, int width, 
                left, (s.flags & kFlagZero) != 0 && precision < 0);
 }
 
+// Finite doubles in "f F e E g G" without "#", under the default rounding
+// mode: std::to_chars gives exactly printf's characters in the "C" locale
+// (same digits, same rounding of ties, same exponent form) much faster than
+// snprintf and without a locale switch. Returns false, having written
+// nothing, for any other case or when the text does not fit its buffer.
+bool AppendDoubleToChars(OutBuffer& out, const Spec& s, double value, int width, int precision) {
+  std::chars_format style;
+  switch (s.conversion) {
+    case 'f':
+    case 'F':
+      style = std::chars_format::fixed;
+      break;
+    case 'e':
+    case 'E':
+      style = std::chars_format::scientific;
+      break;
+    case 'g':
+    case 'G':
+      style = std::chars_format::general;
+      break;
+    default:
+      return false;
+  }
+  if ((s.flags & kFlagAlt) != 0 || !std::isfinite(value) || std::fegetround() != FE_TONEAREST)
+    return false;
+  char text[160];
+  char* const first = text + 1;  // room for a "+" or " " sign
+  const auto [last, error] =
+      std::to_chars(first, text + sizeof(text), value, style, precision < 0 ? 6 : precision);
+  if (error != std::errc()) return false;
+  char* begin = first;
+  if (*first != '-') {
+    if (s.flags & kFlagPlus) {
+      *--begin = '+';
+    } else if (s.flags & kFlagSpace) {
+      *--begin = ' ';
+    }
+  }
+  if (s.conversion == 'E' || s.conversion == 'G') {
+    for (char* c = begin; c != last; ++c)
+      if (*c == 'e') *c = 'E';
+  }
+  const std::size_t sign_len = begin != first || *first == '-' ? 1 : 0;
+  const bool left = (s.flags & kFlagLeft) != 0;
+  AppendNumber(out, begin, sign_len, 0, begin + sign_len,
+               static_cast<std::size_t>(last - begin) - sign_len, static_cast<std::size_t>(width),
+               left, (s.flags & kFlagZero) != 0);
+  return true;
+}
+
 // Floating point: the digits from snprintf, the width applied here.
 template <class Float>
 bool AppendFloat(OutBuffer& out, const Spec& s, Float value, int width, int precision,
                  CLocaleScope& locale) {
+  if constexpr (std::is_same_v<Float, double>) {
+    if (AppendDoubleToChars(out, s, value, width, precision)) return true;
+  }
   char spec[24];
   std::size_t k = 0;
   spec[k++] = '%';
@@ -749,8 +886,13 @@ bool WriteConversion(OutBuffer& out, const Spec& s, const ArgValue* args, CLocal
     const int p = static_cast<int>(args[s.precision_arg - 1].i);
     precision = p < 0 ? kNoValue : p;
   }
-  Spec spec = s;
-  if (left_from_star) spec.flags |= kFlagLeft;
+  // A negative "*" width means "-": the record is copied only then.
+  Spec adjusted;
+  if (left_from_star) {
+    adjusted = s;
+    adjusted.flags |= kFlagLeft;
+  }
+  const Spec& spec = left_from_star ? adjusted : s;
   const bool left = (spec.flags & kFlagLeft) != 0;
   const ArgValue& v = args[s.value_arg - 1];
   const char conv = s.conversion;
@@ -921,7 +1063,7 @@ bool FormatUtf16V(const unsigned short* format, unsigned long length, va_list ar
   }
 
   SmallVector<ArgValue, 16> values;
-  values.GrowTo(kinds.size(), ArgValue{});
+  values.GrowUnset(kinds.size());  // every slot is read from the list below
   if (kinds.size() != 0) {
     va_list ap;
     va_copy(ap, args);

@@ -41,14 +41,23 @@ void Check(bool condition, const char* what) {
   }
 }
 
-const std::string& ScratchFolder() {
-  static const std::string path = [] {
+// A private folder for the table file, removed when the process ends.
+struct Scratch {
+  std::string folder;
+  Scratch() {
     const char* base = ::access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp";
-    std::string tmpl = std::string(base) + "/stringtable_fuzz.XXXXXX";
-    Check(::mkdtemp(tmpl.data()) != nullptr, "cannot make a scratch folder");
-    return tmpl;
-  }();
-  return path;
+    folder = std::string(base) + "/stringtable_fuzz.XXXXXX";
+    Check(::mkdtemp(folder.data()) != nullptr, "cannot make a scratch folder");
+  }
+  ~Scratch() {
+    ::unlink((folder + "/table.strings").c_str());
+    ::rmdir(folder.c_str());
+  }
+};
+
+const std::string& ScratchFolder() {
+  static const Scratch scratch;
+  return scratch.folder;
 }
 
 std::u16string Units(const tavrin_ustring& s) {

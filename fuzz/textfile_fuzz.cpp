@@ -44,13 +44,23 @@ void Check(bool condition, const char* what) {
   }
 }
 
-const std::string& ScratchFile() {
-  static const std::string path = [] {
+// A private folder for the input file, removed when the process ends.
+struct ScratchFolder {
+  std::string folder;
+  ScratchFolder() {
     const char* base = ::access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp";
-    std::string tmpl = std::string(base) + "/textfile_fuzz.XXXXXX";
-    Check(::mkdtemp(tmpl.data()) != nullptr, "cannot make a scratch folder");
-    return tmpl + "/input.txt";
-  }();
+    folder = std::string(base) + "/textfile_fuzz.XXXXXX";
+    Check(::mkdtemp(folder.data()) != nullptr, "cannot make a scratch folder");
+  }
+  ~ScratchFolder() {
+    ::unlink((folder + "/input.txt").c_str());
+    ::rmdir(folder.c_str());
+  }
+};
+
+const std::string& ScratchFile() {
+  static const ScratchFolder scratch;
+  static const std::string path = scratch.folder + "/input.txt";
   return path;
 }
 

@@ -78,17 +78,22 @@ TEST(TimerMacTest, DoesNotFireInOtherModes) {
   Timer* timer = Timer::Start(new CountingInvoker(&fired, &deleted), 0.001, 0);
   timer->SetDeleteWhenDone(false);
   const AutoReleasePool pool;
-  // A mode the timer is not in: a run-loop pass in it leaves the timer alone
-  // however long it waits (a port keeps the mode from returning at once).
+  // A mode the timer is not in. A timer of its own keeps that mode busy, so
+  // each pass really runs; the library's timer is left alone however long
+  // the passes take.
   NSString* other = @"TavrinTestOtherMode";
-  NSPort* port = [NSPort port];
-  [[NSRunLoop currentRunLoop] addPort:port forMode:other];
+  NSTimer* busy = [NSTimer timerWithTimeInterval:0.002
+                                          target:[NSNull null]
+                                        selector:@selector(description)
+                                        userInfo:nil
+                                         repeats:YES];
+  [[NSRunLoop currentRunLoop] addTimer:busy forMode:other];
   for (int i = 0; i < 5; ++i) {
-    const AutoReleasePool pool;
+    const AutoReleasePool inner;
     [[NSRunLoop currentRunLoop] runMode:other
                              beforeDate:[NSDate dateWithTimeIntervalSinceNow:0.01]];
   }
-  [[NSRunLoop currentRunLoop] removePort:port forMode:other];
+  [busy invalidate];
   EXPECT_EQ(fired, 0);
   ASSERT_TRUE(RunModeUntil(NSDefaultRunLoopMode, [&] { return fired == 1; }));
   EXPECT_FALSE(deleted);  // kept: it stopped instead

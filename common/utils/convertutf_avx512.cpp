@@ -612,10 +612,15 @@ UtfKernel BestUtfKernel() {
   return best;
 }
 
+namespace {
+
+// The kernel in use: the best one unless a test chose another.
 UtfKernel& ActiveKernelSlot() {
   static UtfKernel active = BestUtfKernel();
   return active;
 }
+
+}  // namespace
 
 UtfKernel ActiveUtfKernel() {
   return ActiveKernelSlot();

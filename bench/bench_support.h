@@ -12,7 +12,9 @@
 namespace tavrin::bench {
 
 // True in the CTest smoke run.
-inline bool Smoke() { return std::getenv("TAVRIN_BENCH_SMOKE") != nullptr; }
+inline bool Smoke() {
+  return std::getenv("TAVRIN_BENCH_SMOKE") != nullptr;
+}
 
 // `full` in a measuring run, a small size in the smoke run.
 inline std::size_t Size(std::size_t full, std::size_t smoke = 4096) {

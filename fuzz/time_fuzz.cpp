@@ -1,7 +1,8 @@
 // time_fuzz.cpp - the ISO 8601 constructor and the RFC 1123 parser of Time
 // on arbitrary bytes: no crash, no read past the text, and the documented
 // fallbacks (1900-01-01 for ISO text without six numbers, the current time
-// for rejected RFC 1123 text).
+// for rejected RFC 1123 text), and accepted text of either kind writes
+// back to text that parses to the same instant.
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -44,10 +45,27 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   (void)iso.FormatGmt("%Y-%m-%dT%H:%M:%SZ");
   (void)iso.CTime();
 
+  // Whatever parsed writes back to ISO text that parses to the same instant
+  // (four-digit years: "%Y" writes other years with another width or a sign).
+  struct tm broken;
+  if (count == 6 && iso.GetGmtTm(&broken) != nullptr && broken.tm_year >= 1000 - 1900 &&
+      broken.tm_year <= 9999 - 1900) {
+    const std::string back = iso.FormatGmt("%Y-%m-%dT%H:%M:%SZ");
+    Check(!back.empty() && Time(back.c_str()).GetDATE() == iso.GetDATE());
+  }
+
   const time_t before = std::time(nullptr);
   Time gmt;
   const bool ok = gmt.SetFromGmtString(tavrin::utils::tavrin_ustring(std::string(text, size)));
   if (!ok) Check(gmt.GetDATE() >= before && gmt.GetDATE() <= std::time(nullptr));
+  // An accepted RFC 1123 text writes back to one that parses to the same
+  // instant (positive years: a "-" would cut the year into two tokens).
+  if (ok && gmt.GetGmtTm(&broken) != nullptr && broken.tm_year >= 1 - 1900) {
+    const std::string back = gmt.FormatGmt("%a, %d %b %Y %H:%M:%S GMT");
+    Time again;
+    Check(!back.empty() && again.SetFromGmtString(tavrin::utils::tavrin_ustring(back)) &&
+          again.GetDATE() == gmt.GetDATE());
+  }
 
   // CLocalTime reads the fields of whatever count came out.
   const CLocalTime local(iso);

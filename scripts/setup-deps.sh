@@ -6,7 +6,7 @@
 set -euo pipefail
 
 packages=(cmake g++ pkg-config libglib2.0-dev libgtest-dev libgmock-dev libbenchmark-dev
-          libicu-dev uuid-dev libssl-dev locales binutils dbus-daemon dbus-bin)
+          libicu-dev uuid-dev libssl-dev locales binutils dbus-daemon dbus-bin valgrind)
 # Extra packages a caller asks for (e.g. the CI's sanitizer and fuzzing tools).
 packages+=(${TAVRIN_EXTRA_PACKAGES:-})
 

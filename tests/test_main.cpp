@@ -39,8 +39,9 @@ void SetUpEnvironment() {
   }
   std::string root = std::filesystem::canonical(tmpl).string();
   tavrin::test::MutableTempRoot() = root;
-  const char* dirs[] = {"home", "home/Documents", "tmp", "xdg-config", "xdg-data", "xdg-cache",
-                        "xdg-runtime", "xdg-data-dirs", "xdg-config-dirs"};
+  const char* dirs[] = {"home",        "home/Documents", "tmp",
+                        "xdg-config",  "xdg-data",       "xdg-cache",
+                        "xdg-runtime", "xdg-data-dirs",  "xdg-config-dirs"};
   for (const char* d : dirs) ::mkdir((root + "/" + d).c_str(), 0700);
   ::setenv("HOME", (root + "/home").c_str(), 1);
   ::setenv("TMPDIR", (root + "/tmp").c_str(), 1);

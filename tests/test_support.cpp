@@ -18,7 +18,9 @@ std::string& MutableTempRoot() {
   return root;
 }
 
-const std::string& TempRoot() { return MutableTempRoot(); }
+const std::string& TempRoot() {
+  return MutableTempRoot();
+}
 
 std::string FreshDir(const std::string& hint) {
   static int counter = 0;

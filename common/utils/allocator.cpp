@@ -5,8 +5,12 @@
 
 extern "C" {
 
-void* tavrin_utils_allocate(unsigned long size) { return ::operator new(size); }
+void* tavrin_utils_allocate(unsigned long size) {
+  return ::operator new(size);
+}
 
-void tavrin_utils_deallocate(void* ptr) { ::operator delete(ptr); }
+void tavrin_utils_deallocate(void* ptr) {
+  ::operator delete(ptr);
+}
 
 }  // extern "C"

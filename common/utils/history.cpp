@@ -33,7 +33,9 @@ void History::Clear() {
   m_current = 0;
 }
 
-bool History::CanStepBack() const { return m_entries.size() >= 2 && CurrentIndex() != 0; }
+bool History::CanStepBack() const {
+  return m_entries.size() >= 2 && CurrentIndex() != 0;
+}
 
 bool History::CanStepForward() const {
   return m_entries.size() >= 2 && m_current < m_entries.size() - 1;

@@ -74,8 +74,10 @@ bool CLocalTime::Fields(struct tm& out) const {
 
 int CLocalTime::GetYear() const {
   struct tm tm;
-  // tm_year + 1900 cannot overflow: gmtime_r fails for such years.
-  return Fields(tm) ? tm.tm_year + 1900 : 0;
+  // gmtime_r succeeds up to tm_year == INT_MAX, so the calendar year can lie
+  // beyond int: such a year reads as 0, like a count gmtime_r rejects.
+  if (!Fields(tm) || tm.tm_year > INT_MAX - 1900) return 0;
+  return tm.tm_year + 1900;
 }
 
 int CLocalTime::GetMonth() const {

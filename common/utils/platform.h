@@ -70,7 +70,6 @@ using tavrin::utils::tavrin_ustring;
 // source delivers all `size` bytes; the bytes at `out` are then unspecified.
 bool FillRandomBytes(void* out, std::size_t size);
 
-
 // ---------------------------------------------------------------------------
 // Section: files, folders and diagnostics (fileutils, textfile, trace).
 // ---------------------------------------------------------------------------
@@ -223,7 +222,6 @@ long CurrentProcessId();
 // The system's message for an error number (strerror).
 std::string ErrorText(int error_number);
 
-
 // GetWorkingDirectory() - the process's working directory in the file
 // system's byte form, whatever its length. False with `out` cleared when it
 // cannot be read (the directory was removed, no permission).
@@ -235,7 +233,6 @@ bool GetWorkingDirectory(std::string& out);
 // EEXIST when something already exists at the path (it is left alone); any
 // other errno value on failure, after removing the partial file.
 int CreateNewFile(const std::string& path, const void* bytes, std::size_t length);
-
 
 // ---------------------------------------------------------------------------
 // Section: timers and run loop (timer, debouncer).
@@ -327,8 +324,8 @@ bool ShowInFileViewer(const std::string& path);
 // Sleeps `milliseconds` (above 0), resuming after signals.
 void SleepMilliseconds(std::int64_t milliseconds);
 // A profiler event: 0 point of interest, 1 region begins, 2 region ends.
-void ProfilerEvent(int event, std::uint32_t code, std::uint32_t a, std::uint32_t b,
-                   std::uint32_t c, std::uint32_t d);
+void ProfilerEvent(int event, std::uint32_t code, std::uint32_t a, std::uint32_t b, std::uint32_t c,
+                   std::uint32_t d);
 
 // LocalizedString() - the platform's translation of the zero-terminated UTF-8
 // `key` (neither null nor empty) from the resource table `table` of the

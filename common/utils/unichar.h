@@ -48,8 +48,7 @@ TAVRIN_EXPORT unsigned short* ustrrchr(const unsigned short* s, unsigned short c
 
 // ustrstr() - first occurrence of `needle`; `haystack` for a null or empty
 // needle; null for a null haystack or no match.
-TAVRIN_EXPORT unsigned short* ustrstr(const unsigned short* haystack,
-                                      const unsigned short* needle);
+TAVRIN_EXPORT unsigned short* ustrstr(const unsigned short* haystack, const unsigned short* needle);
 
 // ustrspn() - 0 when `s` or `set` is empty (or null), otherwise the whole
 // length of `s`: the members of `set` are not consulted (established
@@ -64,8 +63,7 @@ TAVRIN_EXPORT unsigned short* ustrpbrk(const unsigned short* s, const unsigned s
 
 // umemchr() - first of `n` units equal to `ch` (zero units are ordinary);
 // null when none or `n` is 0.
-TAVRIN_EXPORT unsigned short* umemchr(const unsigned short* p, unsigned short ch,
-                                      unsigned long n);
+TAVRIN_EXPORT unsigned short* umemchr(const unsigned short* p, unsigned short ch, unsigned long n);
 
 // umemset() - stores `ch` into `n` units.
 TAVRIN_EXPORT void umemset(unsigned short* p, unsigned short ch, unsigned long n);

@@ -6,8 +6,8 @@
 // is standard input.
 #pragma once
 
-#include <cstdio>
 #include <cctype>
+#include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <iosfwd>
@@ -37,8 +37,8 @@ struct Command {
   const char* summary;  // one line for `tavrin --help`
   const char* usage;    // full text for `tavrin NAME --help`
   int (*run)(const Args& args);
-  int demo_order;                          // position in `tavrin demo`; lower first
-  void (*demo)(const DemoContext& ctx);    // null: not part of the tour
+  int demo_order;                        // position in `tavrin demo`; lower first
+  void (*demo)(const DemoContext& ctx);  // null: not part of the tour
 };
 
 // Registry of subcommands, filled by TAVRIN_COMMAND before main runs.
@@ -48,7 +48,7 @@ bool Register(const Command& command);
 #define TAVRIN_CLI_CONCAT2(a, b) a##b
 #define TAVRIN_CLI_CONCAT(a, b) TAVRIN_CLI_CONCAT2(a, b)
 // TAVRIN_COMMAND({"name", "summary", "usage", run, order, demo});
-#define TAVRIN_COMMAND(...)                                                           \
+#define TAVRIN_COMMAND(...)                                                            \
   static const bool TAVRIN_CLI_CONCAT(tavrin_registered_, __LINE__) [[maybe_unused]] = \
       ::tavrin::cli::Register(::tavrin::cli::Command __VA_ARGS__)
 

@@ -165,7 +165,8 @@ int RunDemo(const Args& args) {
   ParsedArgs parsed;
   std::string error;
   if (!ParseArgs(args, {}, {"--examples"}, parsed, error)) return UsageError("demo", error);
-  if (!parsed.positional.empty()) return UsageError("demo", "unexpected argument " + parsed.positional[0]);
+  if (!parsed.positional.empty())
+    return UsageError("demo", "unexpected argument " + parsed.positional[0]);
   DemoContext ctx{FindExamples(parsed.Value("--examples").value_or("")), stdout};
   if (!IsDirectory(ctx.examples)) {
     std::fprintf(stderr, "tavrin demo: no sample folder at %s\n", ctx.examples.c_str());

@@ -19,12 +19,16 @@
 //   utf16_to_utf8    tavrin: utf8(), a fresh std::string per call; icu:
 //                    u_strToUTF8 preflight then convert into a fresh
 //                    std::string; iconv: UTF-16LE -> UTF-8 into a fresh
-//                    worst-case buffer, trimmed; memcpy: the units
+//                    worst-case buffer, trimmed; memcpy: the units; alloc:
+//                    only a fresh zero-filled string of the result's size
 //   size_utf16       SizeNeededForUTF16 alone, ICU's preflight alone, and
 //                    memchr scanning the same bytes for their rarest byte
 //                    value (a full scan with few stops)
 //   size_utf8        SizeNeededForUTF8 alone, ICU's preflight alone, memchr
-//   w_str            tavrin: w_str(); iconv: UTF-16LE -> UTF-32LE; memcpy
+//   w_str            tavrin: w_str(); iconv: UTF-16LE -> UTF-32LE into a
+//                    fresh buffer; memcpy; alloc: only a fresh zero-filled
+//                    std::wstring of the result's size (what touching new
+//                    memory costs)
 //   assign_wstring   tavrin: operator=(std::wstring); iconv: UTF-32LE ->
 //                    UTF-16LE; memcpy
 #include <benchmark/benchmark.h>
@@ -187,6 +191,18 @@ void Utf16To8Memcpy(benchmark::State& state, Kind kind) {
   state.SetBytesProcessed(state.iterations() * Bytes16(c));
 }
 
+// A function that returns a new string of the result's size pays for the
+// memory the first time it is touched; this floor only makes that string
+// (zero-filled, as every peer's fresh buffer is).
+void Utf16To8Alloc(benchmark::State& state, Kind kind) {
+  const Corpus& c = GetCorpus(kind);
+  for (auto _ : state) {
+    std::string out(c.utf8.size(), '\0');
+    benchmark::DoNotOptimize(out.data());
+  }
+  state.SetBytesProcessed(state.iterations() * Bytes16(c));
+}
+
 // --- measuring alone -----------------------------------------------------
 
 void SizeUtf16Tavrin(benchmark::State& state, Kind kind) {
@@ -268,6 +284,16 @@ void WStrTavrin(benchmark::State& state, Kind kind) {
 
 void WStrMemcpy(benchmark::State& state, Kind kind) {
   Utf16To8Memcpy(state, kind);
+}
+
+// The fresh result alone (see Utf16To8Alloc).
+void WStrAlloc(benchmark::State& state, Kind kind) {
+  const Corpus& c = GetCorpus(kind);
+  for (auto _ : state) {
+    std::wstring out(c.utf32.size(), L'\0');
+    benchmark::DoNotOptimize(out.data());
+  }
+  state.SetBytesProcessed(state.iterations() * Bytes16(c));
 }
 
 void AssignWstringTavrin(benchmark::State& state, Kind kind) {
@@ -458,6 +484,7 @@ const Case kCases[] = {
     {"utf16_to_utf8", "iconv", Utf16To8Iconv},
 #endif
     {"utf16_to_utf8", "memcpy", Utf16To8Memcpy},
+    {"utf16_to_utf8", "alloc", Utf16To8Alloc},
     {"size_utf16", "tavrin", SizeUtf16Tavrin},
 #if defined(TAVRIN_HAVE_ICU)
     {"size_utf16", "icu", SizeUtf16Icu},
@@ -473,6 +500,7 @@ const Case kCases[] = {
     {"w_str", "iconv", WStrIconv},
 #endif
     {"w_str", "memcpy", WStrMemcpy},
+    {"w_str", "alloc", WStrAlloc},
     {"assign_wstring", "tavrin", AssignWstringTavrin},
 #if defined(TAVRIN_HAVE_ICONV)
     {"assign_wstring", "iconv", AssignWstringIconv},

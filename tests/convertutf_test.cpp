@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "common/utils/internal/convertutf_internal.h"
 #include "tests/test_support.h"
 
 namespace {
@@ -1336,6 +1337,209 @@ TEST(ConvertUtfTest, ValidTextRoundTrips) {
     ASSERT_EQ(b.result, conversionOK);
     ASSERT_EQ(To16(b.out, kLenient).out, u) << testing::PrintToString(u);
   }
+}
+
+// --------------------------------------------------------------------------
+// Wide block kernels: long inputs (the kernels take 32 to 64 elements at a
+// time) through every kernel the processor has and through none, each
+// compared with the reference, with defects at every position of a block.
+// --------------------------------------------------------------------------
+
+using tavrin::utils::detail::UtfKernel;
+
+// Runs `body` once per kernel: with none (SSE2 and single steps) and with
+// every wide kernel this processor supports.
+template <class Body>
+void ForEachKernel(Body body) {
+  const UtfKernel before = tavrin::utils::detail::ActiveUtfKernel();
+  for (UtfKernel k : {UtfKernel::kNone, UtfKernel::kAvx512}) {
+    if (!tavrin::utils::detail::SetUtfKernel(k)) {
+      std::printf("kernel %d not supported here: its run is left out\n", static_cast<int>(k));
+      continue;
+    }
+    SCOPED_TRACE(testing::Message() << "kernel " << static_cast<int>(k));
+    body();
+    if (testing::Test::HasFatalFailure()) break;
+  }
+  (void)tavrin::utils::detail::SetUtfKernel(before);
+}
+
+// Long UTF-8: valid pieces of every length, mostly, with now and then a
+// piece from the full generator (illegal, cut off, surrogate encodings).
+Bytes LongUtf8(Generator& gen, std::size_t target, bool defects) {
+  Bytes b;
+  while (b.size() < target) {
+    Bytes piece = gen.Utf8(!defects || gen.Below(12) != 0);
+    b.insert(b.end(), piece.begin(), piece.end());
+  }
+  return b;
+}
+
+Units16 LongUtf16(Generator& gen, std::size_t target, bool defects) {
+  Units16 u;
+  while (u.size() < target) {
+    Units16 piece = gen.Utf16(!defects || gen.Below(12) != 0);
+    u.insert(u.end(), piece.begin(), piece.end());
+  }
+  return u;
+}
+
+Units32 LongUtf32(Generator& gen, std::size_t target, bool defects) {
+  Units32 u;
+  while (u.size() < target) {
+    Units32 piece = gen.Utf32(!defects || gen.Below(12) != 0);
+    u.insert(u.end(), piece.begin(), piece.end());
+  }
+  return u;
+}
+
+TEST(ConvertUtfTest, KernelsMatchReferenceOnLongUtf8) {
+  std::uint32_t seed = tavrin::test::TestSeed();
+  SCOPED_TRACE(testing::Message() << "seed " << seed);
+  ForEachKernel([&] {
+    Generator gen(seed + 11);
+    for (int n = 0; n < 400; ++n) {
+      const Bytes in = LongUtf8(gen, 64 + gen.Below(1500), n % 3 != 0);
+      SCOPED_TRACE(testing::Message() << "input " << n << " of " << in.size() << " bytes");
+      for (auto f : kModes) {
+        const std::size_t room = in.size() + 1;
+        const auto ref = RefFrom8<UTF16>(in, f, room, false);
+        ASSERT_EQ(To16(in, f, room), ref);
+        ASSERT_EQ(Size16(in, f), RefMeasure(ref));
+        const std::size_t small = gen.Below(room + 1);
+        ASSERT_EQ(To16(in, f, small), (RefFrom8<UTF16>(in, f, small, false))) << "room " << small;
+      }
+    }
+  });
+}
+
+TEST(ConvertUtfTest, KernelsMatchReferenceOnLongUtf16And32) {
+  std::uint32_t seed = tavrin::test::TestSeed();
+  SCOPED_TRACE(testing::Message() << "seed " << seed);
+  ForEachKernel([&] {
+    Generator gen(seed + 12);
+    for (int n = 0; n < 400; ++n) {
+      const Units16 in = LongUtf16(gen, 32 + gen.Below(800), n % 3 != 0);
+      SCOPED_TRACE(testing::Message() << "UTF-16 input " << n << " of " << in.size() << " units");
+      for (auto f : kModes) {
+        const std::size_t room8 = in.size() * 3 + 1;
+        const auto ref8 = RefFrom16<UTF8>(in, f, room8, false);
+        ASSERT_EQ(From16To8(in, f, room8), ref8);
+        ASSERT_EQ(Size8(in, f), RefMeasure(ref8));
+        std::size_t small = gen.Below(room8 + 1);
+        ASSERT_EQ(From16To8(in, f, small), (RefFrom16<UTF8>(in, f, small, false))) << small;
+        const std::size_t room32 = in.size() + 1;
+        ASSERT_EQ(From16To32(in, f, room32), (RefFrom16<UTF32>(in, f, room32, true)));
+        small = gen.Below(room32 + 1);
+        ASSERT_EQ(From16To32(in, f, small), (RefFrom16<UTF32>(in, f, small, true))) << small;
+      }
+      const Units32 w = LongUtf32(gen, 32 + gen.Below(500), n % 3 != 0);
+      SCOPED_TRACE(testing::Message() << "UTF-32 input " << n << " of " << w.size() << " values");
+      for (auto f : kModes) {
+        const std::size_t room16 = w.size() * 2 + 1;
+        const auto ref16 = Ref32To16(w, f, room16);
+        ASSERT_EQ(From32To16(w, f, room16), ref16);
+        ASSERT_EQ(Size32To16(w, f),
+                  ref16.result == sourceIllegal ? -3 : static_cast<int>(ref16.out.size()));
+        const std::size_t small = gen.Below(room16 + 1);
+        ASSERT_EQ(From32To16(w, f, small), Ref32To16(w, f, small)) << small;
+      }
+    }
+  });
+}
+
+TEST(ConvertUtfTest, KernelsStopAtADefectAtEveryPosition) {
+  // A valid text holding every sequence length, repeated past two 64-byte
+  // blocks, with one defect put at each position in turn.
+  Bytes base;
+  const UTF32 values[] = {u'a', 0xE9, 0x4E2D, 0x1F600, u' ', 0x3042, 0x10FFFF, 0x7FF, 0x800};
+  for (int round = 0; base.size() < 200; ++round)
+    for (UTF32 v : values) {
+      Bytes e = Encode(v);
+      base.insert(base.end(), e.begin(), e.end());
+    }
+  const Bytes defects[] = {{0x80},
+                           {0xC0, 0x80},
+                           {0xF5},
+                           {0xE0, 0x80, 0x80},
+                           {0xED, 0xA0, 0x80},
+                           {0xF4, 0x90, 0x80, 0x80},
+                           {0xE4, 0xB8},
+                           {0xF0, 0x8F, 0x80, 0x80},
+                           {0}};
+  ForEachKernel([&] {
+    for (const Bytes& defect : defects) {
+      for (std::size_t at = 0; at <= base.size(); ++at) {
+        Bytes in(base.begin(), base.begin() + static_cast<long>(at));
+        in.insert(in.end(), defect.begin(), defect.end());
+        in.insert(in.end(), base.begin() + static_cast<long>(at), base.end());
+        SCOPED_TRACE(testing::Message()
+                     << "defect " << testing::PrintToString(defect) << " at " << at);
+        for (auto f : kModes) {
+          const auto ref = RefFrom8<UTF16>(in, f, in.size() + 1, false);
+          ASSERT_EQ(To16(in, f, in.size() + 1), ref);
+          ASSERT_EQ(Size16(in, f), RefMeasure(ref));
+        }
+      }
+    }
+  });
+}
+
+TEST(ConvertUtfTest, KernelsHandleSurrogatesAtEveryPosition) {
+  // Pairs, lone highs and lone lows at each position of a long run of
+  // units of every UTF-8 length.
+  Units16 base;
+  const UTF16 units[] = {u'a', 0xE9, 0x4E2D, 0x7FF, 0x800, 0xFFFF, u'z'};
+  while (base.size() < 100)
+    for (UTF16 u : units) base.push_back(u);
+  const Units16 pieces[] = {
+      {0xD83D, 0xDE00}, {0xD800}, {0xDC00}, {0xDBFF, 0xDFFF}, {0xDC00, 0xD800}};
+  const Units32 values32[] = {{0x1F600}, {0xD800}, {0x110000}, {0xFFFF}, {0x10FFFF, 0x10000}};
+  ForEachKernel([&] {
+    for (const Units16& piece : pieces) {
+      for (std::size_t at = 0; at <= base.size(); ++at) {
+        Units16 in(base.begin(), base.begin() + static_cast<long>(at));
+        in.insert(in.end(), piece.begin(), piece.end());
+        in.insert(in.end(), base.begin() + static_cast<long>(at), base.end());
+        SCOPED_TRACE(testing::Message()
+                     << "piece " << testing::PrintToString(piece) << " at " << at);
+        for (auto f : kModes) {
+          const auto ref8 = RefFrom16<UTF8>(in, f, in.size() * 3 + 1, false);
+          ASSERT_EQ(From16To8(in, f, in.size() * 3 + 1), ref8);
+          ASSERT_EQ(Size8(in, f), RefMeasure(ref8));
+          ASSERT_EQ(From16To32(in, f, in.size() + 1),
+                    (RefFrom16<UTF32>(in, f, in.size() + 1, true)));
+        }
+      }
+    }
+    Units32 base32(base.begin(), base.end());
+    for (const Units32& piece : values32) {
+      for (std::size_t at = 0; at <= base32.size(); ++at) {
+        Units32 in(base32.begin(), base32.begin() + static_cast<long>(at));
+        in.insert(in.end(), piece.begin(), piece.end());
+        in.insert(in.end(), base32.begin() + static_cast<long>(at), base32.end());
+        SCOPED_TRACE(testing::Message()
+                     << "value " << testing::PrintToString(piece) << " at " << at);
+        for (auto f : kModes) {
+          const auto ref16 = Ref32To16(in, f, in.size() * 2 + 1);
+          ASSERT_EQ(From32To16(in, f, in.size() * 2 + 1), ref16);
+          ASSERT_EQ(Size32To16(in, f),
+                    ref16.result == sourceIllegal ? -3 : static_cast<int>(ref16.out.size()));
+        }
+      }
+    }
+  });
+}
+
+TEST(ConvertUtfTest, KernelChoiceFollowsTheProcessor) {
+  using tavrin::utils::detail::BestUtfKernel;
+  using tavrin::utils::detail::SetUtfKernel;
+  const UtfKernel before = tavrin::utils::detail::ActiveUtfKernel();
+  EXPECT_EQ(before, BestUtfKernel());
+  EXPECT_TRUE(SetUtfKernel(UtfKernel::kNone));
+  EXPECT_EQ(tavrin::utils::detail::ActiveUtfKernel(), UtfKernel::kNone);
+  EXPECT_EQ(SetUtfKernel(UtfKernel::kAvx512), BestUtfKernel() == UtfKernel::kAvx512);
+  EXPECT_TRUE(SetUtfKernel(before));
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <clocale>
 #include <cstdlib>
+#include <cwchar>
 #include <iterator>
 #include <new>
 #include <optional>
@@ -21,8 +22,10 @@
 #include <string_view>
 #include <unordered_set>
 #include <utility>
+#include <vector>
 
 #include "common/utils/allocator.h"
+#include "common/utils/convertutf.h"
 #include "tests/test_support.h"
 
 namespace {
@@ -720,6 +723,69 @@ TEST(UstringTest, ConversionsOutAllocateOnce) {
   EXPECT_EQ(CountAllocations([&] { (void)s.size_utf8(); }), 0);
   EXPECT_EQ(CountAllocations([&] { (void)s.compare(back); }), 0);
   EXPECT_EQ(CountAllocations([&] { (void)s.hash(); }), 0);
+}
+
+// Long texts are converted out through a small buffer, piece by piece: the
+// pieces must join exactly, whatever unit lies at a piece edge.
+TEST(UstringTest, LongConversionsOutJoinTheirPiecesExactly) {
+  const std::uint32_t seed = tavrin::test::TestSeed();
+  SCOPED_TRACE(testing::Message() << "seed " << seed);
+  std::mt19937 rng(seed);
+  const unsigned short fill[] = {u'a', 0xE9, 0x4E2D, 0x7FF, u' ', 0xFFFF};
+  for (std::size_t length : {2047u, 2048u, 2049u, 2050u, 4095u, 4096u, 4097u, 10000u}) {
+    for (int variant = 0; variant < 6; ++variant) {
+      std::vector<unsigned short> units(length);
+      for (auto& u : units) u = fill[rng() % std::size(fill)];
+      // Pairs, lone surrogates and a zero unit around the piece edges.
+      for (std::size_t edge = 2046; edge + 1 < length; edge += 2048) {
+        switch (variant) {
+          case 0:  // a pair across the edge
+            units[edge + 1] = 0xD83D;
+            if (edge + 2 < length) units[edge + 2] = 0xDE00;
+            break;
+          case 1:  // a pair just before it
+            units[edge] = 0xD83D;
+            units[edge + 1] = 0xDE00;
+            break;
+          case 2:  // a lone high surrogate last in a piece
+            units[edge + 1] = 0xDBFF;
+            break;
+          case 3:  // a lone low surrogate first in a piece
+            if (edge + 2 < length) units[edge + 2] = 0xDC00;
+            break;
+          case 4:  // random surrogates anywhere
+            for (int k = 0; k < 20; ++k)
+              units[rng() % length] = static_cast<unsigned short>(0xD800 + rng() % 0x800);
+            break;
+          default:  // a zero unit: the wide result ends there
+            units[edge + 1] = 0;
+        }
+      }
+      SCOPED_TRACE(testing::Message() << "length " << length << ", variant " << variant);
+      const tavrin_ustring s(tavrin_ustring::string_type(units.begin(), units.end()));
+      ASSERT_EQ(s.size(), length);
+      // References: one converter call over the whole text.
+      std::string expected8(3 * length, '\0');
+      const UTF16* src = units.data();
+      UTF8* dst8 = reinterpret_cast<UTF8*>(expected8.data());
+      ConvertUTF16toUTF8(&src, units.data() + length, &dst8, dst8 + expected8.size(),
+                         lenientConversion);
+      expected8.resize(static_cast<std::size_t>(reinterpret_cast<char*>(dst8) - expected8.data()));
+      std::wstring expected32(length, L'\0');
+      src = units.data();
+      UTF32* dst32 = reinterpret_cast<UTF32*>(expected32.data());
+      ConvertUTF16toUTF32(&src, units.data() + length, &dst32, dst32 + length, lenientConversion);
+      expected32.resize(
+          static_cast<std::size_t>(dst32 - reinterpret_cast<UTF32*>(expected32.data())));
+      expected32.resize(std::wcslen(expected32.c_str()));
+      std::string out8;
+      EXPECT_EQ(CountAllocations([&] { out8 = s.utf8(); }), 1);
+      EXPECT_EQ(out8, expected8);
+      std::wstring out32;
+      EXPECT_LE(CountAllocations([&] { out32 = s.w_str(); }), 1);
+      EXPECT_EQ(out32, expected32);
+    }
+  }
 }
 
 TEST(UstringTest, ShortStringsDoNotAllocate) {

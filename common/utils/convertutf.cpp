@@ -25,6 +25,8 @@
 #include <emmintrin.h>
 #endif
 
+#include "common/utils/internal/convertutf_internal.h"
+
 namespace {
 
 // Number of trailing bytes announced by a lead byte.
@@ -477,6 +479,11 @@ inline const UTF8* CountUtf16UnitsInBlocks(const UTF8* p, const UTF8* end, bool 
 }
 #endif
 
+// Whether the 512-bit block kernels are in use.
+inline bool WideKernels() {
+  return tavrin::utils::detail::ActiveUtfKernel() == tavrin::utils::detail::UtfKernel::kAvx512;
+}
+
 // Clamps a measured count to the int range of the measuring functions.
 inline int CountOrIllegal(std::uint64_t count) {
   return count > static_cast<std::uint64_t>(INT_MAX) ? -static_cast<int>(sourceIllegal)
@@ -493,9 +500,20 @@ ConversionResult ConvertUTF8toUTF16(const UTF8** sourceStart, const UTF8* source
   const UTF8* source = *sourceStart;
   UTF16* target = *targetStart;
   const bool strict = flags == strictConversion;
+  const bool wide = WideKernels();
+  const UTF8* wideFrom = source;  // after a kernel stop, the steps below pass it first
   while (source < sourceEnd) {
     std::size_t avail = static_cast<std::size_t>(sourceEnd - source);
     std::size_t room = static_cast<std::size_t>(targetEnd - target);
+    if (wide && source >= wideFrom && avail >= 128 && room >= 64) {
+      std::size_t units;
+      const std::size_t used =
+          tavrin::utils::detail::Utf8ToUtf16Avx512(source, avail, target, room, strict, units);
+      source += used;
+      target += units;
+      wideFrom = source + 16;
+      continue;
+    }
     if (*source < 0x80) {
       std::size_t n = WidenAsciiRun(source, room < avail ? room : avail, target);
       if (n == 0) {
@@ -602,9 +620,20 @@ ConversionResult ConvertUTF16toUTF8(const UTF16** sourceStart, const UTF16* sour
   ConversionResult result = conversionOK;
   const UTF16* source = *sourceStart;
   UTF8* target = *targetStart;
+  const bool wide = WideKernels();
+  const UTF16* wideFrom = source;  // after a kernel stop, the steps below pass it first
   while (source < sourceEnd) {
     std::size_t avail = static_cast<std::size_t>(sourceEnd - source);
     std::size_t room = static_cast<std::size_t>(targetEnd - target);
+    if (wide && source >= wideFrom && avail >= 64 && room >= 96) {
+      std::size_t bytes;
+      const std::size_t used =
+          tavrin::utils::detail::Utf16ToUtf8Avx512(source, avail, target, room, bytes);
+      source += used;
+      target += bytes;
+      wideFrom = source + 8;
+      continue;
+    }
     UTF32 fast = *source;
     if (fast < 0x80) {
       std::size_t n = NarrowAsciiRun(source, room < avail ? room : avail, target);
@@ -676,7 +705,19 @@ ConversionResult ConvertUTF16toUTF32(const UTF16** sourceStart, const UTF16* sou
   ConversionResult result = conversionOK;
   const UTF16* source = *sourceStart;
   UTF32* target = *targetStart;
+  const bool wide = WideKernels();
+  const UTF16* wideFrom = source;  // after a kernel stop, the steps below pass it first
   while (source < sourceEnd) {
+    if (wide && source >= wideFrom && sourceEnd - source >= 64 && targetEnd - target >= 32) {
+      std::size_t units;
+      const std::size_t used = tavrin::utils::detail::Utf16ToUtf32Avx512(
+          source, static_cast<std::size_t>(sourceEnd - source), target,
+          static_cast<std::size_t>(targetEnd - target), units);
+      source += used;
+      target += units;
+      wideFrom = source + 8;
+      continue;
+    }
 #if defined(__SSE2__)
     // Eight units without surrogates at once.
     if (sourceEnd - source >= 8 && targetEnd - target >= 8) {
@@ -727,7 +768,19 @@ ConversionResult ConvertUTF32toUTF16(const UTF32** sourceStart, const UTF32* sou
   ConversionResult result = conversionOK;
   const UTF32* source = *sourceStart;
   UTF16* target = *targetStart;
+  const bool wide = WideKernels();
+  const UTF32* wideFrom = source;  // after a kernel stop, the steps below pass it first
   while (source < sourceEnd) {
+    if (wide && source >= wideFrom && sourceEnd - source >= 32 && targetEnd - target >= 32) {
+      std::size_t units;
+      const std::size_t used = tavrin::utils::detail::Utf32ToUtf16Avx512(
+          source, static_cast<std::size_t>(sourceEnd - source), target,
+          static_cast<std::size_t>(targetEnd - target), units);
+      source += used;
+      target += units;
+      wideFrom = source + 4;
+      continue;
+    }
 #if defined(__SSE2__)
     // Four values below 0x10000 and outside the surrogates at once: biased
     // by -0x8000 they fit the signed 16-bit pack exactly.
@@ -851,10 +904,21 @@ int SizeNeededForUTF16(const UTF8* begin, const UTF8* end, ConversionFlags flags
   std::uint64_t count = 0;
   const UTF8* p = begin;
   const bool strict = flags == strictConversion;
+  const bool wide = WideKernels();
+  const UTF8* wideFrom = begin;  // after a kernel stop, the steps below pass it first
 #if defined(__SSE2__)
   const UTF8* blocksFrom = begin;  // after a stop, the general steps pass the block first
 #endif
   while (p < end) {
+    if (wide && p >= wideFrom && end - p >= 128) {
+      std::size_t units;
+      const std::size_t used = tavrin::utils::detail::CountUtf8ToUtf16Avx512(
+          p, static_cast<std::size_t>(end - p), strict, units);
+      p += used;
+      count += units;
+      wideFrom = p + 16;
+      continue;
+    }
 #if defined(__SSE2__)
     if (p >= blocksFrom && end - p >= 16) {
       const UTF8* reached = CountUtf16UnitsInBlocks(p, end, strict, count);
@@ -911,7 +975,18 @@ int SizeNeededForUTF8(const UTF16* begin, const UTF16* end, ConversionFlags flag
   unsigned blocks = 0;
   const UTF16* blocksFrom = begin;  // after a refused block, single steps pass it first
 #endif
+  const bool wide = WideKernels();
+  const UTF16* wideFrom = begin;  // after a kernel stop, the steps below pass it first
   while (p < end) {
+    if (wide && p >= wideFrom && end - p >= 64) {
+      std::size_t bytes;
+      const std::size_t used = tavrin::utils::detail::CountUtf16ToUtf8Avx512(
+          p, static_cast<std::size_t>(end - p), bytes);
+      p += used;
+      count += bytes;
+      wideFrom = p + 8;
+      continue;
+    }
 #if defined(__SSE2__)
     if (p >= blocksFrom && end - p >= 8) {
       __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
@@ -971,7 +1046,18 @@ int SizeNeededForUTF32To16(const UTF32* begin, const UTF32* end, ConversionFlags
   if (begin == nullptr || begin >= end) return 0;
   std::uint64_t count = 0;
   bool tooLarge = false;
+  const bool wide = WideKernels();
+  const UTF32* wideFrom = begin;  // after a kernel stop, the steps below pass it first
   for (const UTF32* p = begin; p < end; ++p) {
+    if (wide && p >= wideFrom && end - p >= 32) {
+      std::size_t units;
+      const std::size_t used = tavrin::utils::detail::CountUtf32ToUtf16Avx512(
+          p, static_cast<std::size_t>(end - p), units);
+      p += used;
+      count += units;
+      wideFrom = p + 4;
+      if (p == end) break;
+    }
 #if defined(__SSE2__)
     // Four values below 0x10000 and outside the surrogates count 4.
     while (end - p >= 4) {

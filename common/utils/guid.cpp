@@ -307,13 +307,20 @@ std::string Guid::ToBase85String() const {
           static_cast<std::uint32_t>(Data4[6]) << 16 | static_cast<std::uint32_t>(Data4[7]) << 24,
   };
   std::string s(20, '\0');
-  for (int gi = 0; gi < 4; ++gi) {
-    // 85^5 > 2^32: five digits always hold a group.
-    std::uint32_t v = group[gi];
-    for (int k = 4; k >= 0; --k) {
-      s[gi * 5 + k] = kBase85Digits[v % 85];
-      v /= 85;
-    }
+  char* p = s.data();
+  for (int gi = 0; gi < 4; ++gi, p += 5) {
+    // 85^5 > 2^32: five digits always hold a group. The group is first split
+    // at 85^2, so that its two halves are cut into digits side by side
+    // instead of in one chain of five divisions.
+    const std::uint32_t v = group[gi];
+    const std::uint32_t high = v / 7225;        // digits 0..2
+    const std::uint32_t low = v - high * 7225;  // digits 3..4
+    const std::uint32_t high1 = high / 85;
+    p[0] = kBase85Digits[high1 / 85];
+    p[1] = kBase85Digits[high1 % 85];
+    p[2] = kBase85Digits[high % 85];
+    p[3] = kBase85Digits[low / 85];
+    p[4] = kBase85Digits[low % 85];
   }
   return s;
 }

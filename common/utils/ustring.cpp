@@ -2,8 +2,10 @@
 // conversions in and out, comparison and hashing.
 //
 // Every conversion measures first (SizeNeeded...) and converts once into
-// storage of exactly the measured size; the only temporary buffer is the one
-// the multibyte conversions need for the C library's wide-character calls.
+// storage of exactly the measured size; the only temporary buffers are the
+// one the multibyte conversions need for the C library's wide-character
+// calls, and a small piece buffer on the stack through which long texts are
+// converted so that their storage is written once (see ResizeAndFill).
 #include "common/utils/ustring.h"
 
 #include <algorithm>
@@ -44,6 +46,25 @@ void ResizeAndFill(String& s, std::size_t n, Fill fill) {
   s.resize(n);
   s.resize(fill(s.data()));
 #endif
+}
+
+// Long conversions out to the standard string types go through a small
+// buffer instead: the result is reserved at its final size once and each
+// piece converted into the buffer (which stays in the cache) is appended, so
+// the result is written once, not first cleared by resize() and then
+// overwritten. Pieces never split a surrogate pair. (Into a tavrin_ustring
+// the plain resize stays: its converter is faster on one long run than on
+// pieces.)
+constexpr std::size_t kPiece = 2048;  // source elements per piece (8 KiB of stack at most)
+
+// End of the piece of UTF-16 starting at `from`: at most kPiece units, one
+// fewer when that would leave a high surrogate last (it may pair with the
+// next unit).
+std::size_t Utf16PieceEnd(const UTF16* s, std::size_t from, std::size_t len) {
+  if (len - from <= kPiece) return len;
+  std::size_t end = from + kPiece;
+  if (s[end - 1] >= 0xD800 && s[end - 1] <= 0xDBFF) --end;
+  return end;
 }
 
 }  // namespace
@@ -168,12 +189,26 @@ std::string tavrin_ustring::utf8() const {
   const UTF16* end = begin + str_.size();
   int n = SizeNeededForUTF8(begin, end, lenientConversion);
   if (n <= 0) return out;
-  ResizeAndFill(out, static_cast<std::size_t>(n), [&](char* p) {
-    const UTF16* src = begin;
-    UTF8* dst = reinterpret_cast<UTF8*>(p);
-    ConvertUTF16toUTF8(&src, end, &dst, dst + n, lenientConversion);
-    return static_cast<std::size_t>(reinterpret_cast<char*>(dst) - p);
-  });
+  const std::size_t len = str_.size();
+  if (len <= kPiece) {
+    ResizeAndFill(out, static_cast<std::size_t>(n), [&](char* p) {
+      const UTF16* src = begin;
+      UTF8* dst = reinterpret_cast<UTF8*>(p);
+      ConvertUTF16toUTF8(&src, end, &dst, dst + n, lenientConversion);
+      return static_cast<std::size_t>(reinterpret_cast<char*>(dst) - p);
+    });
+    return out;
+  }
+  out.reserve(static_cast<std::size_t>(n));
+  UTF8 piece[3 * kPiece];  // a unit gives at most three bytes
+  for (std::size_t from = 0; from < len;) {
+    const std::size_t to = Utf16PieceEnd(begin, from, len);
+    const UTF16* src = begin + from;
+    UTF8* dst = piece;
+    ConvertUTF16toUTF8(&src, begin + to, &dst, piece + 3 * kPiece, lenientConversion);
+    out.append(reinterpret_cast<const char*>(piece), static_cast<std::size_t>(dst - piece));
+    from = to;
+  }
   return out;
 }
 
@@ -194,6 +229,24 @@ const char16_t* tavrin_ustring::utf16_data() const {
 std::wstring tavrin_ustring::w_str() const {
   std::wstring out;
   if (str_.empty()) return out;
+  if (str_.size() > kPiece) {
+    // The result ends at the first zero unit, as a zero-terminated buffer
+    // would: the units before it are converted piece by piece.
+    const UTF16* begin = str_.data();
+    const UTF16* zero = umemchr(begin, 0, str_.size());
+    const std::size_t len = zero ? static_cast<std::size_t>(zero - begin) : str_.size();
+    out.reserve(len);
+    UTF32 piece[kPiece];  // a unit gives at most one value
+    for (std::size_t from = 0; from < len;) {
+      const std::size_t to = Utf16PieceEnd(begin, from, len);
+      const UTF16* src = begin + from;
+      UTF32* dst = piece;
+      ConvertUTF16toUTF32(&src, begin + to, &dst, piece + kPiece, lenientConversion);
+      out.append(reinterpret_cast<const wchar_t*>(piece), static_cast<std::size_t>(dst - piece));
+      from = to;
+    }
+    return out;
+  }
   // At most one UTF-32 unit per UTF-16 unit; the result ends at the first
   // zero unit, as a zero-terminated buffer would.
   ResizeAndFill(out, str_.size(), [&](wchar_t* p) {

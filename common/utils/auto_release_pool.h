@@ -17,5 +17,7 @@ class TAVRIN_EXPORT AutoReleasePool {
   AutoReleasePool& operator=(const AutoReleasePool&) = delete;
 
  private:
-  void* m_pool;  // the platform pool object, or null
+  // The platform pool object, or null. Only the Foundation layer keeps a
+  // pool; elsewhere the field is never read.
+  [[maybe_unused]] void* m_pool;
 };

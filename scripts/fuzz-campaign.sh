@@ -35,11 +35,12 @@ jobs=${TAVRIN_CAMPAIGN_JOBS:-2}
 dir=${TAVRIN_CAMPAIGN_DIR:-$root/fuzz-campaign}
 merge=${TAVRIN_CAMPAIGN_MERGE:-1}
 
+all=()
+for f in fuzz/*_fuzz.cpp; do all+=("$(basename "$f" _fuzz.cpp)"); done
 if [ $# -gt 0 ]; then
   names=("$@")
 else
-  names=()
-  for f in fuzz/*_fuzz.cpp; do names+=("$(basename "$f" _fuzz.cpp)"); done
+  names=("${all[@]}")
 fi
 for n in "${names[@]}"; do
   if [ ! -x "$build/fuzz/${n}_fuzz" ]; then
@@ -50,27 +51,31 @@ for n in "${names[@]}"; do
   fi
 done
 
+# Rows of earlier runs of other targets stay in STATUS.
 mkdir -p "$dir/rows" "$dir/work"
-rm -f "$dir/rows"/*
+for n in "${names[@]}"; do rm -f "$dir/rows/$n"; done
 export ASAN_OPTIONS="detect_leaks=1:abort_on_error=1:${ASAN_OPTIONS:-}"
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1:${UBSAN_OPTIONS:-}"
 
 header=$(printf '%-19s %-8s %5s %12s %6s %7s %6s %6s %6s %5s' \
   target state secs executions cov ft seeds run merged finds)
 
+# Called from the main shell and from the background runs; every variable
+# is local so the caller's loop variable is never changed.
 write_status() {
+  local t
   {
     echo "# fuzz campaign, $seconds s per target, $jobs at a time (updated $(date '+%F %T'))"
     echo "$header"
-    for n in "${names[@]}"; do
-      if [ -f "$dir/rows/$n" ]; then
-        cat "$dir/rows/$n"
-      else
-        printf '%-19s %-8s\n' "$n" waiting
+    for t in "${all[@]}"; do
+      if [ -f "$dir/rows/$t" ]; then
+        cat "$dir/rows/$t"
+      elif [[ " ${names[*]} " == *" $t "* ]]; then
+        printf '%-19s %-8s\n' "$t" waiting
       fi
     done
-  } >"$dir/STATUS.tmp"
-  mv "$dir/STATUS.tmp" "$dir/STATUS"
+  } >"$dir/STATUS.$BASHPID"
+  mv "$dir/STATUS.$BASHPID" "$dir/STATUS"
 }
 
 # Last value of a libFuzzer status field ("cov: 123") in a log.
@@ -93,6 +98,7 @@ run_one() {
   local seeds
   seeds=$(count_files "$work/corpus")
   printf '%-19s %-8s %5s %12s %6s %7s %6s\n' "$n" running "" "" "" "" "$seeds" >"$dir/rows/$n"
+  write_status
   local start rc
   start=$(date +%s)
   set +e
@@ -130,19 +136,20 @@ run_one() {
   fi
   printf '%-19s %-8s %5s %12s %6s %7s %6s %6s %6s %5s\n' "$n" "$state" "$elapsed" \
     "${execs:-?}" "${cov:-?}" "${ft:-?}" "$seeds" "$after" "$merged" "$findings" >"$dir/rows/$n"
+  write_status
   [ "$state" = done ]
 }
 
 write_status
 status=0
 running=0
-for n in "${names[@]}"; do
+for target in "${names[@]}"; do
   if [ "$running" -ge "$jobs" ]; then
     wait -n || status=1
     running=$((running - 1))
     write_status
   fi
-  run_one "$n" &
+  run_one "$target" &
   running=$((running + 1))
   sleep 1
   write_status

@@ -67,11 +67,12 @@ TAVRIN_NO_SANITIZE_READS const unsigned short* UmemchrBlocks(const unsigned shor
   unsigned mask = MatchMask(block, needle) & (~0u << (start & 15));
   for (;;) {
     const auto base = reinterpret_cast<std::uintptr_t>(block);
-    if (mask != 0) {
-      const std::uintptr_t at = base + __builtin_ctz(mask);
-      return at < end ? reinterpret_cast<const unsigned short*>(at) : nullptr;
-    }
-    if (end - base <= 16) return nullptr;  // this block reached the end
+    const std::uintptr_t left = end - base;  // bytes from this block to the end
+    // Lanes at or past the end are dropped before the mask is tested, so
+    // what they hold (possibly never written) decides nothing.
+    if (left < 16) mask &= (1u << left) - 1;
+    if (mask != 0) return reinterpret_cast<const unsigned short*>(base + __builtin_ctz(mask));
+    if (left <= 16) return nullptr;  // this block reached the end
     mask = MatchMask(++block, needle);
   }
 }

@@ -423,8 +423,9 @@ TAVRIN_EXPORT int FileSystemRepresentation(const tavrin_ustring& path, char* buf
 // link (as a link) or a directory tree to `target`. An existing target makes
 // the call fail when `failIfExists` is true and is removed otherwise; a
 // missing parent folder of `target` is created. False when the copy failed,
-// when source and target are the same file, or when one contains the other
-// (nothing is removed then).
+// when source and target are the same file, when one contains the other, when
+// `target`'s last component is "." or "..", or when `target` ends in "/" and
+// `source` is not a folder (nothing is removed then).
 TAVRIN_EXPORT bool CopyFile(const tavrin_ustring& source, const tavrin_ustring& target,
                             bool failIfExists);
 
@@ -445,7 +446,8 @@ TAVRIN_EXPORT bool CopyDirectory(const tavrin_ustring& source, const tavrin_ustr
 // when `path` is a symbolic link - when it exists and is deletable (its
 // folder is writable; the sticky-bit rule applies). Never follows a link
 // inside the tree. False when nothing was removed, for the root ("/" or any
-// spelling of it), or when part of the tree stayed. `unused` is ignored.
+// spelling of it) and for a path whose last component is "." or "..", or
+// when part of the tree stayed. `unused` is ignored.
 TAVRIN_EXPORT bool DeleteDirectory(const tavrin_ustring& path, bool unused = false);
 
 // RenameDirectory()
@@ -460,7 +462,8 @@ TAVRIN_EXPORT bool RenameDirectory(const tavrin_ustring& from, const tavrin_ustr
 //
 // Delete the item (a tree for a directory, only the link for a link) when it
 // exists and is deletable. False when it did not exist or could not be
-// deleted. RecycleFileIfExists deletes too; it does not move to a trash.
+// deleted, and (nothing deleted) for a path whose last component is "." or
+// "..". RecycleFileIfExists deletes too; it does not move to a trash.
 TAVRIN_EXPORT bool RemoveFileIfExists(const tavrin_ustring& path);
 TAVRIN_EXPORT bool RecycleFileIfExists(const tavrin_ustring& path);
 
@@ -470,7 +473,8 @@ TAVRIN_EXPORT bool RecycleFileIfExists(const tavrin_ustring& path);
 // but the move is still tried), then moves `from` to `to` when `from` exists.
 // The result is the removal result AND the move result, where a missing
 // `from` counts as success. False, with nothing removed, when both name the
-// same file or one contains the other.
+// same file or one contains the other, when `to`'s last component is "." or
+// "..", or when `to` ends in "/" and an existing `from` is not a folder.
 TAVRIN_EXPORT bool RenameFileIfExists(const tavrin_ustring& from, const tavrin_ustring& to);
 
 // MakeDirectory()
@@ -568,7 +572,9 @@ TAVRIN_EXPORT bool ReadFileToBuffer(const tavrin_ustring& path, std::string& out
 // removed first. Missing parent folders are created; when that fails one
 // line "error creating directory: <system message> (<folder>)" goes to
 // standard error. False on any failure, for "" and for null bytes with a
-// non-zero length.
+// non-zero length; false with nothing touched for a path ending in "/" or in
+// a "." or ".." component, which can never name a file (a file name made
+// from invalid UTF-8 is "", so joining it to a folder gives such a path).
 TAVRIN_EXPORT bool WriteBufferToFile(const void* bytes, std::size_t length,
                                      const tavrin_ustring& path);
 

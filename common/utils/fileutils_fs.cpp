@@ -133,9 +133,39 @@ bool HasParentComponent(const tavrin_ustring& name) {
   return false;
 }
 
-// Removal of a whole tree is refused for the root in every spelling.
+// True when the last component of `path`, trailing "/" ignored, is "." or
+// "..": such a path reaches a folder through another name, and the system
+// never creates, renames or removes an entry by it (rmdir of "d/." fails
+// only after a tree removal has emptied the folder).
+bool EndsInDotComponent(const tavrin_ustring& path) {
+  tavrin_ustring::size_type end = path.size();
+  while (end > 0 && path[end - 1] == '/') --end;
+  tavrin_ustring::size_type start = end;
+  while (start > 0 && path[start - 1] != '/') --start;
+  const tavrin_ustring::size_type length = end - start;
+  return (length == 1 || length == 2) && path[start] == '.' && path[end - 1] == '.';
+}
+
+// True when `path` ends in "/": it can name a folder, never a file (a name
+// made from invalid UTF-8 is "", so joining it to a folder gives this).
+bool EndsInSeparator(const tavrin_ustring& path) {
+  return !path.empty() && path[path.size() - 1] == '/';
+}
+
+// Whether `target` can receive `source` by a copy or a move: not through a
+// "." or ".." component, and not a path ending in "/" unless `source` is a
+// folder. Checked before an existing target is removed, so a move or copy
+// that could only fail never removes anything.
+bool CanReceive(const tavrin_ustring& source, const tavrin_ustring& target) {
+  if (EndsInDotComponent(target)) return false;
+  return !EndsInSeparator(target) || !pf::PathExists(Bytes(source)) ||
+         pf::PathIsDirectory(Bytes(source));
+}
+
+// Removal of a whole tree is refused for the root in every spelling, and
+// through a "." or ".." component.
 bool RemovalAllowed(const tavrin_ustring& path) {
-  return !FixPathString(path).empty();
+  return !FixPathString(path).empty() && !EndsInDotComponent(path);
 }
 
 bool RemoveTree(const tavrin_ustring& path) {
@@ -272,7 +302,7 @@ std::FILE* OpenFile(const tavrin_ustring& path, const tavrin_ustring& mode) {
 
 bool CopyFile(const tavrin_ustring& source, const tavrin_ustring& target, bool failIfExists) {
   if (source.empty() || target.empty()) return false;
-  if (SameOrNested(source, target)) return false;
+  if (SameOrNested(source, target) || !CanReceive(source, target)) return false;
   std::string target_bytes = Bytes(target);
   if (pf::PathKind(target_bytes) != pf::EntryKind::kMissing) {
     if (failIfExists) return false;
@@ -327,7 +357,7 @@ bool RecycleFileIfExists(const tavrin_ustring& path) {
 
 bool RenameFileIfExists(const tavrin_ustring& from, const tavrin_ustring& to) {
   if (from.empty() || to.empty()) return false;
-  if (SameOrNested(from, to)) return false;
+  if (SameOrNested(from, to) || !CanReceive(from, to)) return false;
   bool removed = true;
   if (FileExists(to)) removed = RemoveTree(to);
   bool moved = true;
@@ -456,6 +486,9 @@ bool ReadFileToBuffer(const tavrin_ustring& path, std::string& out) {
 
 bool WriteBufferToFile(const void* bytes, std::size_t length, const tavrin_ustring& path) {
   if (path.empty() || (!bytes && length > 0)) return false;
+  // Such a path never names a file: the rename would fail after the folder
+  // standing there had been removed.
+  if (EndsInSeparator(path) || EndsInDotComponent(path)) return false;
   tavrin_ustring folder = GetFileLocation(path);
   if (!folder.empty() && !IsDirectory(folder)) {
     std::string error;

@@ -3,9 +3,12 @@
 //
 // Complements the file suites: a full file system (not only a size limit)
 // under an atomic write, a failed write where no old file existed, a
-// read-only folder or file system, paths running through a file, names at and
-// past the length limit, paths longer than PATH_MAX, names on disk that are
-// not UTF-8, and many processes with many threads appending to one log file.
+// read-only folder or file system, missing parent folders, paths running
+// through a file, names at and past the length limit, paths longer than
+// PATH_MAX, paths that can only name a folder (a trailing "/" left by a name
+// made from invalid UTF-8, a "." or ".." component), names with a lone
+// surrogate, names on disk that are not UTF-8, and many processes with many
+// threads appending to one log file.
 // Faults that need privileges (a private mount namespace for a small or
 // read-only file system) run in a forked child and are skipped with a reason
 // where the machine does not allow them.
@@ -302,6 +305,129 @@ TEST(FileFaultsTest, PathLongerThanPathMaxFails) {
   EXPECT_TRUE(out.empty());
   // Whatever parents could be made are ordinary folders that can be removed.
   EXPECT_TRUE(RawNames(dir).empty() || tu::DeleteDirectory(U(dir + "/" + std::string(200, 'd'))));
+}
+
+// --- Missing parents. -----------------------------------------------------------
+
+TEST(FileFaultsTest, MissingParentsAreMadeForWritesAndCopiesButNeverByQueries) {
+  const std::string dir = FreshDir("parents");
+  const std::string src = dir + "/src";
+  ASSERT_TRUE(WriteFile(src, "S"));
+  const std::string lost = dir + "/no/such/f.bin";
+  // Reads, queries, locks and removals under a missing folder fail and make
+  // nothing.
+  std::string out = "stale";
+  EXPECT_FALSE(tu::ReadFileToBuffer(U(lost), out));
+  EXPECT_TRUE(out.empty());
+  std::size_t size = 99;
+  EXPECT_EQ(tu::ReadFileToBuffer(U(lost), &size), nullptr);
+  EXPECT_EQ(size, 0u);
+  EXPECT_TRUE(tu::ReadStringFromFile(U(lost)).empty());
+  EXPECT_FALSE(tu::FileExists(U(lost)));
+  EXPECT_EQ(tu::FileSize(U(lost)), 0u);
+  EXPECT_EQ(tu::FileModificationTime(U(lost)).GetUTCTime(), 0);
+  EXPECT_EQ(tu::LockFile(U(lost)), -1);
+  EXPECT_FALSE(tu::IsLockedFile(U(lost)));
+  EXPECT_EQ(tu::OpenFile(U(lost), U("r")), nullptr);
+  EXPECT_EQ(tu::OpenFile(U(lost), U("w")), nullptr);
+  EXPECT_FALSE(tu::RemoveFileIfExists(U(lost)));
+  EXPECT_FALSE(tu::DeleteDirectory(U(dir + "/no/such")));
+  std::vector<tavrin_ustring> listed{U("kept")};
+  tu::GetDirectoryContents(U(dir + "/no/such"), listed, true);
+  EXPECT_EQ(listed, std::vector<tavrin_ustring>{U("kept")});
+  EXPECT_EQ(RawNames(dir), std::vector<std::string>{"src"});
+  // Writes, copies and folder creation make the missing parents.
+  EXPECT_TRUE(tu::WriteStringToFile(U("W"), U(dir + "/w1/w2/f.txt")));
+  EXPECT_EQ(ReadFile(dir + "/w1/w2/f.txt"), "W");
+  EXPECT_TRUE(tu::CopyFile(U(src), U(dir + "/c1/c2/copy"), true));
+  EXPECT_EQ(ReadFile(dir + "/c1/c2/copy"), "S");
+  EXPECT_TRUE(tu::MakeDirectory(U(dir + "/m1/m2")));
+  EXPECT_TRUE(tu::IsDirectory(U(dir + "/m1/m2")));
+  // A move into a missing folder either happens whole or leaves the source.
+  const std::string moved = dir + "/r1/r2/moved";
+  const bool ok = tu::RenameFileIfExists(U(src), U(moved));
+  EXPECT_EQ(Exists(moved), ok);
+  EXPECT_EQ(Exists(src), !ok);
+  EXPECT_EQ(ReadFile(ok ? moved : src), "S");
+}
+
+// --- Names that can only reach a folder. ----------------------------------------
+
+// A file name made from invalid UTF-8 is "" (no partial conversion), so a path
+// joined from a folder and such a name ends in "/" and names the folder.
+TEST(FileFaultsTest, NameFromInvalidUtf8NeverReplacesTheFolder) {
+  const std::string dir = FreshDir("badname");
+  const std::string folder = dir + "/folder";
+  ASSERT_EQ(::mkdir(folder.c_str(), 0755), 0);
+  ASSERT_TRUE(WriteFile(folder + "/keep", "K"));
+  ASSERT_TRUE(WriteFile(dir + "/src", "S"));
+  const tavrin_ustring name("bad\xC3(name.txt");
+  ASSERT_TRUE(name.empty());
+  const tavrin_ustring path = U(folder + "/") + name;
+  const std::string bytes = "new";
+  EXPECT_FALSE(tu::WriteBufferToFile(bytes.data(), bytes.size(), path));
+  EXPECT_FALSE(tu::WriteStringToFile(U("new"), path));
+  EXPECT_FALSE(tu::CopyFile(U(dir + "/src"), path, false));
+  EXPECT_FALSE(tu::RenameFileIfExists(U(dir + "/src"), path));
+  EXPECT_EQ(ReadFile(folder + "/keep"), "K");
+  EXPECT_EQ(RawNames(folder), std::vector<std::string>{"keep"});
+  EXPECT_EQ(ReadFile(dir + "/src"), "S");
+  // A folder can still take the place of a folder path ending in "/", and the
+  // folder itself can be removed by that path.
+  ASSERT_EQ(::mkdir((dir + "/tree").c_str(), 0755), 0);
+  ASSERT_TRUE(WriteFile(dir + "/tree/t", "T"));
+  EXPECT_TRUE(tu::CopyFile(U(dir + "/tree"), path, false));
+  EXPECT_EQ(RawNames(folder), std::vector<std::string>{"t"});
+  EXPECT_TRUE(tu::RemoveFileIfExists(path));
+  EXPECT_FALSE(Exists(folder));
+}
+
+// "d/." and "d/.." reach a folder by another name; the system never creates,
+// renames or removes an entry by such a name, so nothing may be removed first.
+TEST(FileFaultsTest, PathsEndingInADotComponentChangeNothing) {
+  for (const std::string suffix : {"/.", "/..", "/./", "/../"}) {
+    SCOPED_TRACE(suffix);
+    const std::string dir = FreshDir("dots");
+    const std::string folder = dir + "/folder";
+    ASSERT_EQ(::mkdir(folder.c_str(), 0755), 0);
+    ASSERT_EQ(::mkdir((dir + "/other").c_str(), 0755), 0);
+    ASSERT_TRUE(WriteFile(folder + "/keep", "K"));
+    ASSERT_TRUE(WriteFile(dir + "/other/src", "S"));
+    const tavrin_ustring path = U(folder + suffix);
+    const std::string bytes = "new";
+    EXPECT_FALSE(tu::WriteBufferToFile(bytes.data(), bytes.size(), path));
+    EXPECT_FALSE(tu::RemoveFileIfExists(path));
+    EXPECT_FALSE(tu::RecycleFileIfExists(path));
+    EXPECT_FALSE(tu::DeleteDirectory(path));
+    EXPECT_FALSE(tu::CopyFile(U(dir + "/other/src"), path, false));
+    EXPECT_FALSE(tu::RenameFileIfExists(U(dir + "/other/src"), path));
+    EXPECT_FALSE(tu::RenameDirectory(U(dir + "/other"), path));
+    EXPECT_EQ(ReadFile(folder + "/keep"), "K");
+    EXPECT_EQ(ReadFile(dir + "/other/src"), "S");
+    EXPECT_EQ(RawNames(dir), (std::vector<std::string>{"folder", "other"}));
+    EXPECT_EQ(RawNames(folder), std::vector<std::string>{"keep"});
+  }
+}
+
+// A lone surrogate has no UTF-8 form; whatever bytes the name becomes on disk,
+// the same name finds, reads, replaces and removes that one file.
+TEST(FileFaultsTest, NameWithALoneSurrogateIsFoundAgainByTheSameName) {
+  const std::string dir = FreshDir("surrogate");
+  const unsigned short units[] = {'a', 0xD800, 'b', 0};
+  const tavrin_ustring path = U(dir + "/") + tavrin_ustring(units);
+  const std::string bytes = "lone";
+  ASSERT_TRUE(tu::WriteBufferToFile(bytes.data(), bytes.size(), path));
+  EXPECT_EQ(RawNames(dir).size(), 1u);
+  std::string back;
+  EXPECT_TRUE(tu::ReadFileToBuffer(path, back));
+  EXPECT_EQ(back, bytes);
+  EXPECT_TRUE(tu::IsFile(path));
+  EXPECT_EQ(tu::FileSize(path), bytes.size());
+  EXPECT_TRUE(tu::WriteStringToFile(U("again"), path));
+  EXPECT_EQ(tu::ReadStringFromFile(path), U("again"));
+  EXPECT_EQ(RawNames(dir).size(), 1u);
+  EXPECT_TRUE(tu::RemoveFileIfExists(path));
+  EXPECT_TRUE(RawNames(dir).empty());
 }
 
 // --- Names on disk that are not UTF-8. ------------------------------------------

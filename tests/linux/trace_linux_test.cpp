@@ -1,5 +1,6 @@
 // trace_linux_test.cpp - the trace file on Linux: truncated once per process,
-// created 0600, never written through a link or into someone else's file.
+// created 0600 (an existing file of this user narrowed to 0600), never
+// written through a link or into someone else's file.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -56,6 +57,17 @@ TEST(TraceLinuxTest, EachProcessStartsTheFileAfresh) {
   struct stat st;
   ASSERT_EQ(::stat((dir + "/debug.log").c_str(), &st), 0);
   EXPECT_EQ(st.st_mode & 0777, 0600u);
+}
+
+TEST(TraceLinuxTest, FileOthersCouldReadIsNarrowedTo0600) {
+  std::string dir = FreshDir("tracemode");
+  ASSERT_TRUE(WriteFile(dir + "/debug.log", "old\n"));
+  ASSERT_EQ(::chmod((dir + "/debug.log").c_str(), 0646), 0);
+  ASSERT_EQ(TraceProcess(dir, "new", nullptr), 0);
+  EXPECT_EQ(ReadFile(dir + "/debug.log"), "new\n");
+  struct stat st;
+  ASSERT_EQ(::stat((dir + "/debug.log").c_str(), &st), 0);
+  EXPECT_EQ(st.st_mode & 07777, 0600u);
 }
 
 TEST(TraceLinuxTest, DefaultFileIsDebugLogInTmp) {

@@ -865,12 +865,14 @@ bool WriteTraceFile(const std::string& path, bool truncate, const std::string& b
   if (path.empty()) return false;
   // O_NOFOLLOW: a link planted at the path is never followed. O_NONBLOCK: a
   // FIFO cannot stall the caller. Truncation waits until the file is known
-  // to be a regular file of this user.
+  // to be a regular file of this user; then a file left readable by others
+  // (an older one, or one made by hand) is narrowed to 0600 as well.
   int fd = OpenRetry(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_NONBLOCK, 0600);
   if (fd < 0) return false;
   struct stat st;
   bool ok = ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_uid == ::geteuid();
   if (ok && truncate) ok = ::ftruncate(fd, 0) == 0;
+  if (ok && truncate && (st.st_mode & 07777) != 0600) ok = ::fchmod(fd, 0600) == 0;
   if (ok) ok = WriteAll(fd, bytes.data(), bytes.size());
   ::close(fd);
   return ok;

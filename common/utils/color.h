@@ -39,8 +39,9 @@ class TAVRIN_EXPORT CColor {
  public:
   // Selects the weights of GetLuminance(): kRec601 (0) the Rec. 601 weights
   // 0.299, 0.587, 0.114; any other value the Rec. 709 weights 0.2126, 0.7152,
-  // 0.0722.
-  enum LuminanceConversion { kRec601 = 0, kRec709 = 1 };
+  // 0.0722. The underlying type is int, so every int value is a valid
+  // LuminanceConversion (without it only 0 and 1 would be).
+  enum LuminanceConversion : int { kRec601 = 0, kRec709 = 1 };
 
   // --- Construction and assignment. ----------------------------------------
 

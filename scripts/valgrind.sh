@@ -10,6 +10,8 @@
 #   scripts/valgrind.sh                 # uses ./build (made by scripts/test.sh)
 #   TAVRIN_BUILD_DIR=build-vg scripts/valgrind.sh
 #   scripts/valgrind.sh variant_test    # only the named programs
+#   TAVRIN_VALGRIND_ORIGINS=1 scripts/valgrind.sh   # also say where an
+#                                       # uninitialised value came from (slower)
 #
 # Programs whose source is not in the tree yet are skipped with a note.
 # Not in the set: programs that spawn the tavrin tool or build packages, and
@@ -64,6 +66,8 @@ fi
 cmake --build "$build" --target "${selected[@]}" --parallel "$(nproc)"
 
 status=0
+origins=()
+[ "${TAVRIN_VALGRIND_ORIGINS:-0}" = 1 ] && origins=(--track-origins=yes)
 
 # Self-check: the suppression of the defined leak still matches that leak
 # (and nothing else is reported for a program that makes it).
@@ -100,7 +104,7 @@ for p in "${selected[@]}"; do
   set +e
   valgrind --tool=memcheck --error-exitcode=99 --leak-check=full \
     --show-leak-kinds=definite,indirect --errors-for-leak-kinds=definite,indirect \
-    --track-origins=yes --child-silent-after-fork=yes --num-callers=30 \
+    "${origins[@]}" --child-silent-after-fork=yes --num-callers=30 \
     --soname-synonyms=somalloc=nouserintercepts \
     --suppressions="$root/tests/valgrind.supp" --log-file="$log" \
     "$exe" --gtest_brief=1 >"$log.out" 2>&1

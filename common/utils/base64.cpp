@@ -13,6 +13,7 @@
 #include "common/utils/base64.h"
 
 #include <array>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 
@@ -137,9 +138,16 @@ std::string base64_decode(const std::string& text) {
     const std::uint32_t v =
         kDecode0[s[i]] | kDecode1[s[i + 1]] | kDecode2[s[i + 2]] | kDecode3[s[i + 3]];
     if (v & kBad) break;
-    o[0] = static_cast<unsigned char>(v >> 16);
-    o[1] = static_cast<unsigned char>(v >> 8);
-    o[2] = static_cast<unsigned char>(v);
+    if constexpr (std::endian::native == std::endian::little) {
+      // One 4-byte store; its fourth byte is overwritten by the next group
+      // or cut off at the end (the buffer has 2 bytes to spare).
+      const std::uint32_t w = ((v >> 16) & 0xFFu) | (v & 0xFF00u) | ((v & 0xFFu) << 16);
+      std::memcpy(o, &w, 4);
+    } else {
+      o[0] = static_cast<unsigned char>(v >> 16);
+      o[1] = static_cast<unsigned char>(v >> 8);
+      o[2] = static_cast<unsigned char>(v);
+    }
     o += 3;
   }
   // The final, partial group: the alphabet characters left before the end,

@@ -3,7 +3,9 @@
 // Every Base64 case turns the same input into a fresh std::string result, as
 // a caller of base64_encode gets it, so allocation is part of each figure;
 // the memcpy floor copies the input into a new string of the output's size.
-// Inputs come from fixed seeds.
+// Inputs come from fixed seeds. The tavrin cases use the kernel chosen for
+// this processor; the tavrin_scalar and tavrin_avx2 cases force the narrower
+// paths (left out where the processor lacks them).
 #include <benchmark/benchmark.h>
 #include <cstring>
 
@@ -15,6 +17,7 @@
 
 #include "bench/bench_support.h"
 #include "common/utils/base64.h"
+#include "common/utils/internal/base64_internal.h"
 
 #if defined(TAVRIN_HAVE_GLIB)
 #include <glib.h>
@@ -75,6 +78,25 @@ void EncodeMemcpy(benchmark::State& state) {
   state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * in.size()));
 }
 
+using tavrin::utils::detail::Base64Kernel;
+
+// Makes the coders use `kernel` for one benchmark case and restores the best
+// one afterwards; skips the case when the processor lacks the kernel.
+class KernelScope {
+ public:
+  KernelScope(benchmark::State& state, Base64Kernel kernel) {
+    ok_ = tavrin::utils::detail::SetBase64Kernel(kernel);
+    if (!ok_) state.SkipWithError("kernel not supported by this processor");
+  }
+  ~KernelScope() {
+    (void)tavrin::utils::detail::SetBase64Kernel(tavrin::utils::detail::BestBase64Kernel());
+  }
+  bool ok() const { return ok_; }
+
+ private:
+  bool ok_ = false;
+};
+
 void EncodeTavrin(benchmark::State& state) {
   const std::string& in = Bytes(InputSize(state));
   for (auto _ : state) {
@@ -82,6 +104,13 @@ void EncodeTavrin(benchmark::State& state) {
     benchmark::DoNotOptimize(out.data());
   }
   state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * in.size()));
+}
+
+template <Base64Kernel kKernel>
+void EncodeTavrinKernel(benchmark::State& state) {
+  KernelScope scope(state, kKernel);
+  if (!scope.ok()) return;
+  EncodeTavrin(state);
 }
 
 #if defined(TAVRIN_HAVE_GLIB)
@@ -136,6 +165,13 @@ void DecodeTavrin(benchmark::State& state) {
   state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * in.size()));
 }
 
+template <Base64Kernel kKernel>
+void DecodeTavrinKernel(benchmark::State& state) {
+  KernelScope scope(state, kKernel);
+  if (!scope.ok()) return;
+  DecodeTavrin(state);
+}
+
 #if defined(TAVRIN_HAVE_GLIB)
 void DecodeGlib(benchmark::State& state) {
   const std::string& in = Text(InputSize(state));
@@ -175,6 +211,10 @@ void Sizes(benchmark::internal::Benchmark* b) {
 
 BENCHMARK(EncodeMemcpy)->Name("base64_encode/memcpy")->Apply(Sizes);
 BENCHMARK(EncodeTavrin)->Name("base64_encode/tavrin")->Apply(Sizes);
+BENCHMARK(EncodeTavrinKernel<Base64Kernel::kAvx2>)->Name("base64_encode/tavrin_avx2")->Apply(Sizes);
+BENCHMARK(EncodeTavrinKernel<Base64Kernel::kScalar>)
+    ->Name("base64_encode/tavrin_scalar")
+    ->Apply(Sizes);
 #if defined(TAVRIN_HAVE_GLIB)
 BENCHMARK(EncodeGlib)->Name("base64_encode/glib")->Apply(Sizes);
 #endif
@@ -184,6 +224,10 @@ BENCHMARK(EncodeOpenssl)->Name("base64_encode/openssl")->Apply(Sizes);
 
 BENCHMARK(DecodeMemcpy)->Name("base64_decode/memcpy")->Apply(Sizes);
 BENCHMARK(DecodeTavrin)->Name("base64_decode/tavrin")->Apply(Sizes);
+BENCHMARK(DecodeTavrinKernel<Base64Kernel::kAvx2>)->Name("base64_decode/tavrin_avx2")->Apply(Sizes);
+BENCHMARK(DecodeTavrinKernel<Base64Kernel::kScalar>)
+    ->Name("base64_decode/tavrin_scalar")
+    ->Apply(Sizes);
 #if defined(TAVRIN_HAVE_GLIB)
 BENCHMARK(DecodeGlib)->Name("base64_decode/glib")->Apply(Sizes);
 #endif

@@ -7,6 +7,8 @@
 //   std::getline,
 //                                 the same quote and escape rules on bytes, and
 //                                 a std::map of std::string (no UTF-16 text)
+//   LoadStringTable/ctextfile_lines  the UTF-8 file read into UTF-16 lines with
+//                                 CTextFile, nothing kept
 //   LoadStringTable/fgets_floor   reading the UTF-8 file with fgets alone
 // The table (fixed seed) mixes entries with escapes, comments, blank lines and
 // a few rejected lines; it is written once to the temporary folder.
@@ -23,6 +25,7 @@
 
 #include "bench/bench_support.h"
 #include "common/utils/stringtranslator.h"
+#include "common/utils/textfile.h"
 #include "common/utils/ustring.h"
 
 namespace {
@@ -179,9 +182,31 @@ void LoadFgetsFloor(benchmark::State& state) {
                           static_cast<std::int64_t>(tavrin::bench::Size(100000, 2000)));
 }
 
+// Reading the UTF-8 table into UTF-16 lines through CTextFile, nothing kept:
+// the part of a load that any table of UTF-16 text has to pay.
+void LoadTextFileLines(benchmark::State& state) {
+  const tavrin_ustring path(GetTables().utf8_path);
+  for (auto _ : state) {
+    CTextFile file;
+    if (!file.Open(path)) {
+      state.SkipWithError("cannot open the table");
+      return;
+    }
+    tavrin_ustring line;
+    std::size_t units = 0;
+    while (file.GetLine(&line)) units += line.size();
+    benchmark::DoNotOptimize(units);
+  }
+  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations()) *
+                          static_cast<std::int64_t>(tavrin::bench::Size(100000, 2000)));
+}
+
 BENCHMARK(LoadTavrinUtf8)->Name("LoadStringTable/tavrin")->Unit(benchmark::kMillisecond);
 BENCHMARK(LoadTavrinUtf16)->Name("LoadStringTable/tavrin_utf16")->Unit(benchmark::kMillisecond);
 BENCHMARK(LoadGetlineMap)->Name("LoadStringTable/getline_map")->Unit(benchmark::kMillisecond);
+BENCHMARK(LoadTextFileLines)
+    ->Name("LoadStringTable/ctextfile_lines")
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK(LoadFgetsFloor)->Name("LoadStringTable/fgets_floor")->Unit(benchmark::kMillisecond);
 
 }  // namespace

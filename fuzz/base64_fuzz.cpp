@@ -1,11 +1,13 @@
 // base64_fuzz.cpp - base64_decode on arbitrary text, and round trips of
 // arbitrary bytes. Aborts when a decoded length disagrees with the length of
-// the leading alphabet run, or when a round trip changes the bytes.
+// the leading alphabet run, when a round trip changes the bytes, or when a
+// vector kernel gives a result other than the scalar steps'.
 #include <cstdint>
 #include <cstdlib>
 #include <string>
 
 #include "common/utils/base64.h"
+#include "common/utils/internal/base64_internal.h"
 
 namespace {
 
@@ -37,5 +39,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string encoded = base64_encode(data, static_cast<unsigned int>(size));
   if (encoded.size() != (size + 2) / 3 * 4) std::abort();
   if (base64_decode(encoded) != text) std::abort();
+  // Every kernel the processor has agrees with the scalar steps.
+  using tavrin::utils::detail::Base64Kernel;
+  using tavrin::utils::detail::SetBase64Kernel;
+  if (!SetBase64Kernel(Base64Kernel::kScalar)) std::abort();
+  const std::string scalarDecoded = base64_decode(text);
+  const std::string scalarEncoded = base64_encode(data, static_cast<unsigned int>(size));
+  for (Base64Kernel k : {Base64Kernel::kAvx2, Base64Kernel::kAvx512}) {
+    if (!SetBase64Kernel(k)) continue;
+    if (base64_decode(text) != scalarDecoded) std::abort();
+    if (base64_encode(data, static_cast<unsigned int>(size)) != scalarEncoded) std::abort();
+  }
+  (void)SetBase64Kernel(tavrin::utils::detail::BestBase64Kernel());
   return 0;
 }

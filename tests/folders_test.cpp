@@ -14,7 +14,9 @@
 
 namespace {
 
+using tavrin::test::Exists;
 using tavrin::test::FreshDir;
+using tavrin::test::IsDir;
 using tavrin::test::ScopedEnv;
 using tavrin::test::TempRoot;
 using tavrin::test::WriteFile;
@@ -23,16 +25,6 @@ namespace tu = tavrin::utils;
 
 tavrin_ustring U(const std::string& s) {
   return tavrin_ustring(s);
-}
-
-bool IsDir(const std::string& path) {
-  struct stat st;
-  return ::stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
-}
-
-bool Exists(const std::string& path) {
-  struct stat st;
-  return ::lstat(path.c_str(), &st) == 0;
 }
 
 class RecordingLogger : public tu::IAssertLogger {
@@ -82,77 +74,6 @@ TEST(FoldersTest, DocumentsFallBackToHome) {
   ScopedEnv root("HOME", "/");
   ScopedEnv no_config("XDG_CONFIG_HOME", "/nonexistent-tavrin-config");
   EXPECT_EQ(tu::UserDocumentsDirectory().utf8(), "/Documents");
-}
-
-TEST(FoldersTest, DocumentsFromUserDirs) {
-  std::string home = FreshDir("xdghome");
-  std::string config = FreshDir("xdgconfig");
-  ScopedEnv env("HOME", home.c_str());
-  ScopedEnv cfg("XDG_CONFIG_HOME", config.c_str());
-  ASSERT_TRUE(WriteFile(config + "/user-dirs.dirs",
-                        "# comment\nXDG_DESKTOP_DIR=\"$HOME/Desktop\"\n"
-                        "XDG_DOCUMENTS_DIR=\"$HOME/My Papers/\"\n"));
-  EXPECT_EQ(tu::UserDocumentsDirectory().utf8(), home + "/My Papers");
-  ASSERT_TRUE(WriteFile(config + "/user-dirs.dirs", "XDG_DOCUMENTS_DIR=\"/srv/docs\"\n"));
-  EXPECT_EQ(tu::UserDocumentsDirectory().utf8(), "/srv/docs");
-  // A relative value or an unterminated quote is not an answer.
-  ASSERT_TRUE(WriteFile(config + "/user-dirs.dirs", "XDG_DOCUMENTS_DIR=\"docs\"\n"));
-  EXPECT_EQ(tu::UserDocumentsDirectory().utf8(), home + "/Documents");
-  ASSERT_TRUE(WriteFile(config + "/user-dirs.dirs", "XDG_DOCUMENTS_DIR=\"$HOME/x\n"));
-  EXPECT_EQ(tu::UserDocumentsDirectory().utf8(), home + "/Documents");
-}
-
-TEST(FoldersTest, ApplicationDataFolders) {
-  std::string home = FreshDir("datahome");
-  ScopedEnv env("HOME", home.c_str());
-  {
-    ScopedEnv data("XDG_DATA_HOME", "/abs/data/");
-    EXPECT_EQ(tu::UserApplicationDataDirectory().utf8(), "/abs/data");
-  }
-  {
-    ScopedEnv data("XDG_DATA_HOME", "relative/data");
-    EXPECT_EQ(tu::UserApplicationDataDirectory().utf8(), home + "/.local/share");
-  }
-  {
-    ScopedEnv dirs("XDG_DATA_DIRS", "relative:/abs/one/:/abs/two");
-    EXPECT_EQ(tu::MachineApplicationDataDirectory().utf8(), "/abs/one");
-  }
-  {
-    ScopedEnv dirs("XDG_DATA_DIRS", nullptr);
-    EXPECT_EQ(tu::MachineApplicationDataDirectory().utf8(), "/usr/local/share");
-  }
-  EXPECT_TRUE(tu::FontDirectory().empty());
-}
-
-TEST(FoldersTest, UserSupportFolderPerRelease) {
-  std::string data = FreshDir("support");
-  ScopedEnv env("XDG_DATA_HOME", data.c_str());
-  EXPECT_FALSE(tu::UserSupportFileDirectoryExists(U("Plugins"), 25, false));
-  EXPECT_FALSE(Exists(data + "/Wirelume 2025"));  // the check created nothing
-  EXPECT_EQ(tu::UserSupportFileDirectory(U("Plugins")).utf8(), data + "/Wirelume 2025/Plugins");
-  EXPECT_TRUE(IsDir(data + "/Wirelume 2025/Plugins"));
-  EXPECT_TRUE(tu::UserSupportFileDirectoryExists(U("Plugins"), 25, true));
-  EXPECT_EQ(tu::UserSupportFileDirectory(U("Plugins"), 24, false).utf8(),
-            data + "/Wirelume 2024/Plugins");
-  // A plain "%d" after "20": release 5 is "205", not "2005".
-  EXPECT_EQ(tu::UserSupportFileDirectory(U("x"), 5, false).utf8(), data + "/Wirelume 205/x");
-  EXPECT_EQ(tu::UserSupportFileDirectory(U(""), 25, false).utf8(), data + "/Wirelume 2025");
-}
-
-TEST(FoldersTest, MachineSupportFolder) {
-  std::string machine = FreshDir("machine");
-  ScopedEnv env("XDG_DATA_DIRS", machine.c_str());
-  EXPECT_EQ(tu::MachineSupportFileDirectory(U("Shared")).utf8(), machine + "/Wirelume 2025/Shared");
-  EXPECT_TRUE(IsDir(machine + "/Wirelume 2025/Shared"));
-}
-
-TEST(FoldersTest, TempAppSupportPath) {
-  std::string data = FreshDir("appsupport");
-  ScopedEnv env("XDG_DATA_HOME", data.c_str());
-  tavrin_ustring out;
-  tu::GetTempAppSupportPath(U("Cache"), out);
-  EXPECT_EQ(out.utf8(), data + "/Wirelume 2025/Cache/working");
-  EXPECT_TRUE(IsDir(out.utf8()));
 }
 
 TEST(FoldersTest, TempPathIsPrivateAndStable) {
@@ -243,26 +164,6 @@ TEST(FoldersTest, MakeTempDirReportsThroughAssertHook) {
   tu::SetLoggerHook(nullptr);
   tavrin_ustring quiet = U("q");
   EXPECT_FALSE(tu::MakeTempDir(U(dir + "/file"), quiet));
-}
-
-TEST(FoldersTest, ToolPrintsTheFolders) {
-  std::string tool = tavrin::test::ToolPath();
-  if (tool.empty()) GTEST_SKIP() << "the tavrin tool is not built";
-  std::string home = FreshDir("toolhome");
-  std::string data = FreshDir("tooldata");
-  std::string out;
-  int status = tavrin::test::RunShell("HOME='" + home + "' XDG_DATA_HOME='" + data +
-                                          "' XDG_DATA_DIRS=/opt/a:/opt/b '" + tool + "' folders",
-                                      &out);
-  EXPECT_EQ(status, 0);
-  EXPECT_NE(out.find("home: " + home + "\n"), std::string::npos) << out;
-  EXPECT_NE(out.find("user application data: " + data + "\n"), std::string::npos) << out;
-  EXPECT_NE(out.find("machine application data: /opt/a\n"), std::string::npos) << out;
-  EXPECT_NE(out.find("product folder: " + data + "/Wirelume 2025 (missing)\n"), std::string::npos)
-      << out;
-  EXPECT_FALSE(Exists(data + "/Wirelume 2025"));  // only looked up
-  EXPECT_NE(out.find("temporary: " + TempRoot() + "/tmp/"), std::string::npos) << out;
-  EXPECT_NE(tavrin::test::RunShell("'" + tool + "' folders extra 2>/dev/null"), 0);
 }
 
 }  // namespace

@@ -2,7 +2,8 @@
 // SystemQueries hooks: version text and the macOS release table, the number
 // grammar of TextToDouble, the decimal-separator cache, the language-code
 // mapping, URL escaping, the opening and revealing calls, the DPI
-// arithmetic, and the small process queries.
+// arithmetic, the small process queries, and the os-release and DMI
+// readers on files of the temporary tree.
 #include "common/utils/osutils.h"
 
 #include <gtest/gtest.h>
@@ -704,6 +705,47 @@ TEST_F(OsUtilsTest, HooksCanBeReadBackChainedAndReset) {
   osutils::ResetSystemQueries();
   EXPECT_FALSE(static_cast<bool>(osutils::GetSystemQueries().osVersion));
   EXPECT_EQ(osutils::GetOsVersion().patch, real.patch);
+}
+
+// --- os-release and DMI readers (the layers that run on Linux) -----------------------
+
+TEST_F(OsUtilsTest, OsReleasePrettyNameForms) {
+  using osutils::internal::ReadOsReleasePrettyName;
+  const std::string dir = tavrin::test::FreshDir("os-release");
+  const std::pair<const char*, const char*> cases[] = {
+      {"NAME=\"Debian\"\nPRETTY_NAME=\"Debian GNU/Linux 12 (bookworm)\"\nID=debian\n",
+       "Debian GNU/Linux 12 (bookworm)"},
+      {"PRETTY_NAME='Single Quoted $HOME'\n", "Single Quoted $HOME"},
+      {"PRETTY_NAME=Bare\n", "Bare"},
+      {"PRETTY_NAME=\"Say \\\"hi\\\" \\\\ \\$x\"\n", "Say \"hi\" \\ $x"},
+      {"# PRETTY_NAME=\"commented\"\n  PRETTY_NAME=\"indented\"\n", "indented"},
+      {"PRETTY_NAME=\"first\"\nPRETTY_NAME=\"last wins\"\n", "last wins"},
+      {"PRETTY_NAME=\"crlf\"\r\nID=x\r\n", "crlf"},
+      {"PRETTY_NAME=\"unterminated\n", "unterminated"},
+      {"NAME=NoPretty\nXPRETTY_NAME=\"no\"\n", ""},
+      {"PRETTY_NAME=\"\"\n", ""},
+      {"", ""},
+  };
+  int n = 0;
+  for (const auto& [content, expected] : cases) {
+    const std::string path = dir + "/os-release." + std::to_string(++n);
+    ASSERT_TRUE(tavrin::test::WriteFile(path, content));
+    const auto name = ReadOsReleasePrettyName(path);
+    ASSERT_TRUE(name.has_value()) << content;
+    EXPECT_EQ(*name, expected) << content;
+  }
+  EXPECT_FALSE(ReadOsReleasePrettyName(dir + "/absent").has_value());
+}
+
+TEST_F(OsUtilsTest, DmiFieldsFromADirectory) {
+  using osutils::internal::ReadDmiField;
+  const std::string dir = tavrin::test::FreshDir("dmi");
+  tavrin::test::WriteFile(dir + "/sys_vendor", "Framework\n");
+  tavrin::test::WriteFile(dir + "/product_name", std::string(10000, 'x'));
+  EXPECT_EQ(ReadDmiField(dir, "sys_vendor"), "Framework\n");
+  EXPECT_EQ(ReadDmiField(dir, "product_name").size(), 4096u);  // bounded
+  EXPECT_EQ(ReadDmiField(dir, "board_name"), "");
+  EXPECT_EQ(ReadDmiField(dir, nullptr), "");
 }
 
 }  // namespace

@@ -1,9 +1,12 @@
 // test_support.h - helpers shared by the test suites.
 //
 // The test main (test_main.cpp) gives every test process a fresh temporary
-// tree and points HOME, TMPDIR, XDG_* at it; TZ is pinned to UTC. Tests that
+// tree and points HOME, TMPDIR, TEMP, XDG_* and a private GNUstep
+// configuration (GNUSTEP_CONFIG_FILE) at it; TZ is pinned to UTC. Tests that
 // need another zone use ScopedTimeZone.
 #pragma once
+
+#include <sys/stat.h>
 
 #include <cstdint>
 #include <optional>
@@ -21,6 +24,18 @@ std::string FreshDir(const std::string& hint);
 
 // Writes `bytes` to `path` (created or truncated); false on failure.
 bool WriteFile(const std::string& path, const std::string& bytes);
+
+// Whether `path` is a folder (a link to one counts).
+inline bool IsDir(const std::string& path) {
+  struct stat st;
+  return ::stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+// Whether anything, a dangling link included, stands at `path`.
+inline bool Exists(const std::string& path) {
+  struct stat st;
+  return ::lstat(path.c_str(), &st) == 0;
+}
 
 // The whole content of `path`, or "" when it cannot be read.
 std::string ReadFile(const std::string& path);

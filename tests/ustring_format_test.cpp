@@ -18,6 +18,7 @@
 #include <ostream>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "common/utils/internal/format_internal.h"
@@ -390,6 +391,17 @@ TEST(UstringFormatTest, PlatformStarWidthAndPrecision) {
   EXPECT_EQ(Platform(u"[%*.*s]", 6, 2, "abcdef").utf8(), "[    ab]");
 }
 
+// A negative "*" width is the "-" flag with its magnitude, which overrides
+// "0": the number is padded with spaces behind it, every digit kept.
+TEST(UstringFormatTest, PlatformNegativeStarWidthBeatsZeroFlag) {
+  EXPECT_EQ(Platform(u"x=%  0*.0e", -7, -4e-140).utf8(), "x=-4e-140");
+  EXPECT_EQ(Platform(u"[%0*.0e]", -9, -4e-140).utf8(), "[-4e-140  ]");
+  EXPECT_EQ(Platform(u"[% 0*.1f]", -8, 2.5).utf8(), "[ 2.5    ]");
+  EXPECT_EQ(Platform(u"[%0*Le]", -14, 1.5L).utf8(), "[1.500000e+00  ]");
+  EXPECT_EQ(Platform(u"[%0*d]", -5, -42).utf8(), "[-42  ]");
+  EXPECT_EQ(Platform(u"[%#0*x]", -6, 255u).utf8(), "[0xff  ]");
+}
+
 TEST(UstringFormatTest, PlatformNumbersIgnoreGroupingFlag) {
   EXPECT_EQ(Platform(u"%'d|%'.1f", 1234567, 1234.5).utf8(), "1234567|1234.5");
 }
@@ -576,18 +588,59 @@ void ExpectSameAsSnprintf(const std::string& format, Args... args) {
   EXPECT_EQ(actual, expected) << "format \"" << format << "\"";
 }
 
-// Calls the comparison with the "*" arguments the format asks for.
+// Compares the library's text of `format` with snprintf's text of
+// `reference_format` (the same conversion, spelled for the C library).
+template <class... Library, class... Ref>
+void ExpectSameAsReference(const std::string& format, const std::string& reference_format,
+                           const std::tuple<Library...>& library_args,
+                           const std::tuple<Ref...>& reference_args) {
+  const std::string expected =
+      std::apply([&](auto... a) { return Reference(reference_format, a...); }, reference_args);
+  const std::string actual =
+      std::apply([&](auto... a) { return Platform(tavrin_ustring(format.c_str()), a...).utf8(); },
+                 library_args);
+  EXPECT_EQ(actual, expected) << "format \"" << format << "\", reference \"" << reference_format
+                              << "\"";
+}
+
+// Calls the comparison with the "*" arguments the format asks for. A
+// negative "*" width means the "-" flag and the width's magnitude; the
+// reference format spells it so, with a literal width: glibc's printf takes
+// another path once a program has registered a printf extension (GNUstep
+// registers "%@"), and on that path it pads such a field with zeros on the
+// right when "0" is also given.
 template <class T>
 void CompareOne(const std::string& format, bool width_star, int width, bool precision_star,
                 int precision, T value) {
+  std::string reference = format;
+  bool reference_width_star = width_star;
+  if (width_star && width < 0) {
+    const std::size_t percent = format.find('%');
+    const std::size_t star = format.find('*', percent);
+    reference = format.substr(0, percent + 1) + "-" +
+                format.substr(percent + 1, star - percent - 1) +
+                std::to_string(-static_cast<long long>(width)) + format.substr(star + 1);
+    reference_width_star = false;
+  }
   if (width_star && precision_star) {
-    ExpectSameAsSnprintf(format, width, precision, value);
+    if (reference_width_star) {
+      ExpectSameAsReference(format, reference, std::tuple(width, precision, value),
+                            std::tuple(width, precision, value));
+    } else {
+      ExpectSameAsReference(format, reference, std::tuple(width, precision, value),
+                            std::tuple(precision, value));
+    }
   } else if (width_star) {
-    ExpectSameAsSnprintf(format, width, value);
+    if (reference_width_star) {
+      ExpectSameAsReference(format, reference, std::tuple(width, value), std::tuple(width, value));
+    } else {
+      ExpectSameAsReference(format, reference, std::tuple(width, value), std::tuple(value));
+    }
   } else if (precision_star) {
-    ExpectSameAsSnprintf(format, precision, value);
+    ExpectSameAsReference(format, reference, std::tuple(precision, value),
+                          std::tuple(precision, value));
   } else {
-    ExpectSameAsSnprintf(format, value);
+    ExpectSameAsReference(format, reference, std::tuple(value), std::tuple(value));
   }
 }
 

@@ -788,6 +788,37 @@ TEST(UstringTest, LongConversionsOutJoinTheirPiecesExactly) {
   }
 }
 
+// Long UTF-8 is converted in through a small buffer too: sequences of every
+// length must survive a piece edge at any of their bytes.
+TEST(UstringTest, LongConversionsInJoinTheirPiecesExactly) {
+  const std::uint32_t seed = tavrin::test::TestSeed();
+  SCOPED_TRACE(testing::Message() << "seed " << seed);
+  std::mt19937 rng(seed);
+  // ASCII, two, three and four bytes, an encoded surrogate half (taken by
+  // the lenient conversion) and U+FFFF.
+  const char* pieces[] = {
+      "a", "\xC3\xA9", "\xE4\xB8\xAD", "\xF0\x9F\x98\x80", "\xED\xA0\x80", "\xEF\xBF\xBF", " "};
+  for (std::size_t target : {2047u, 2048u, 2049u, 4096u, 9000u}) {
+    for (int shift = 0; shift < 4; ++shift) {
+      std::string text(static_cast<std::size_t>(shift), 'x');
+      while (text.size() < target) text += pieces[rng() % std::size(pieces)];
+      SCOPED_TRACE(testing::Message() << "bytes " << text.size() << ", shift " << shift);
+      const UTF8* begin = reinterpret_cast<const UTF8*>(text.data());
+      const int n = SizeNeededForUTF16(begin, begin + text.size(), lenientConversion);
+      ASSERT_GT(n, 0);
+      std::vector<UTF16> expected(static_cast<std::size_t>(n));
+      const UTF8* src = begin;
+      UTF16* dst = expected.data();
+      ASSERT_EQ(ConvertUTF8toUTF16(&src, begin + text.size(), &dst, dst + n, lenientConversion),
+                conversionOK);
+      tavrin_ustring s;
+      s.assign_utf8(text.data(), text.size());
+      ASSERT_EQ(s.size(), expected.size());
+      EXPECT_TRUE(std::equal(expected.begin(), expected.end(), s.data()));
+    }
+  }
+}
+
 TEST(UstringTest, ShortStringsDoNotAllocate) {
   const char* const kUpTo7[] = {"",
                                 "a",

@@ -6,11 +6,18 @@
 // bits already shifted into place; a character outside the alphabet sets a
 // bit above the 24 data bits, so one test per group finds where the
 // alphabet run ends.
+//
+// Long runs go through the vector kernels of base64_simd.cpp first when the
+// processor has them; the steps here finish what a kernel leaves (the final
+// partial group, and a decode block holding a byte outside the alphabet).
 #include "common/utils/base64.h"
 
 #include <array>
+#include <bit>
 #include <cstdint>
 #include <cstring>
+
+#include "common/utils/internal/base64_internal.h"
 
 namespace tavrin::utils {
 
@@ -59,6 +66,34 @@ inline std::uint32_t Load3(const unsigned char* p) {
   return (static_cast<std::uint32_t>(p[0]) << 16) | (static_cast<std::uint32_t>(p[1]) << 8) | p[2];
 }
 
+// Whole groups taken by the active vector kernel (0 with none).
+inline std::size_t EncodeWithKernel(const unsigned char* src, std::size_t groups, char* dst) {
+  using detail::Base64Kernel;
+  switch (detail::ActiveBase64Kernel()) {
+    case Base64Kernel::kAvx512:
+      return detail::Base64EncodeAvx512(src, groups, dst);
+    case Base64Kernel::kAvx2:
+      return detail::Base64EncodeAvx2(src, groups, dst);
+    case Base64Kernel::kScalar:
+      break;
+  }
+  return 0;
+}
+
+// Characters decoded by the active vector kernel (0 with none).
+inline std::size_t DecodeWithKernel(const unsigned char* src, std::size_t n, unsigned char* dst) {
+  using detail::Base64Kernel;
+  switch (detail::ActiveBase64Kernel()) {
+    case Base64Kernel::kAvx512:
+      return detail::Base64DecodeAvx512(src, n, dst);
+    case Base64Kernel::kAvx2:
+      return detail::Base64DecodeAvx2(src, n, dst);
+    case Base64Kernel::kScalar:
+      break;
+  }
+  return 0;
+}
+
 }  // namespace
 
 std::string base64_encode(const unsigned char* bytes, unsigned int len) {
@@ -68,7 +103,9 @@ std::string base64_encode(const unsigned char* bytes, unsigned int len) {
   std::string out((groups + (rest != 0 ? 1 : 0)) * 4, '\0');
   char* o = out.data();
   const unsigned char* p = bytes;
-  std::size_t g = 0;
+  std::size_t g = EncodeWithKernel(p, groups, o);
+  p += 3 * g;
+  o += 4 * g;
   // Four groups per round: 12 bytes in, 16 characters out.
   for (; g + 4 <= groups; g += 4, p += 12, o += 16) {
     EncodeGroup(Load3(p), o);
@@ -94,15 +131,23 @@ std::string base64_decode(const std::string& text) {
   const unsigned char* s = reinterpret_cast<const unsigned char*>(text.data());
   std::string out((n / 4) * 3 + 2, '\0');
   unsigned char* o = reinterpret_cast<unsigned char*>(out.data());
-  std::size_t i = 0;
+  std::size_t i = DecodeWithKernel(s, n, o);
+  o += i / 4 * 3;
   // Whole groups while all four characters are in the alphabet.
   for (; i + 4 <= n; i += 4) {
     const std::uint32_t v =
         kDecode0[s[i]] | kDecode1[s[i + 1]] | kDecode2[s[i + 2]] | kDecode3[s[i + 3]];
     if (v & kBad) break;
-    o[0] = static_cast<unsigned char>(v >> 16);
-    o[1] = static_cast<unsigned char>(v >> 8);
-    o[2] = static_cast<unsigned char>(v);
+    if constexpr (std::endian::native == std::endian::little) {
+      // One 4-byte store; its fourth byte is overwritten by the next group
+      // or cut off at the end (the buffer has 2 bytes to spare).
+      const std::uint32_t w = ((v >> 16) & 0xFFu) | (v & 0xFF00u) | ((v & 0xFFu) << 16);
+      std::memcpy(o, &w, 4);
+    } else {
+      o[0] = static_cast<unsigned char>(v >> 16);
+      o[1] = static_cast<unsigned char>(v >> 8);
+      o[2] = static_cast<unsigned char>(v);
+    }
     o += 3;
   }
   // The final, partial group: the alphabet characters left before the end,

@@ -388,15 +388,16 @@ TAVRIN_AVX512 std::size_t Utf16ToUtf8Avx512(const UTF16* src, std::size_t avail,
   const UTF16* const end = src + avail;
   UTF8* q = dst;
   UTF8* const qEnd = dst + room;
+  const __m512i nonAscii = _mm512_set1_epi16(static_cast<short>(0xFF80));
   while (end - p >= 32 && qEnd - q >= 96) {
     const __m512i w = _mm512_loadu_si512(p);
-    const Utf16Block r = ClassifyUtf16(w);
-    if (r.limit == 32 && r.ge80 == 0) {  // ASCII: narrowed as it is
+    if (_mm512_test_epi16_mask(w, nonAscii) == 0) {  // ASCII: narrowed as it is
       _mm256_storeu_si256(reinterpret_cast<__m256i*>(q), _mm512_cvtepi16_epi8(w));
       p += 32;
       q += 32;
       continue;
     }
+    const Utf16Block r = ClassifyUtf16(w);
     if (r.limit == 0) break;
     const __m512i u0 = _mm512_cvtepu16_epi32(_mm512_castsi512_si256(w));
     const __m512i u1 = _mm512_cvtepu16_epi32(_mm512_extracti64x4_epi64(w, 1));
@@ -414,8 +415,24 @@ TAVRIN_AVX512 std::size_t CountUtf16ToUtf8Avx512(const UTF16* src, std::size_t a
   const UTF16* p = src;
   const UTF16* const end = src + avail;
   std::size_t count = 0;
+  const __m512i nonAscii = _mm512_set1_epi16(static_cast<short>(0xFF80));
   while (end - p >= 32) {
-    const Utf16Block r = ClassifyUtf16(_mm512_loadu_si512(p));
+    const __m512i w = _mm512_loadu_si512(p);
+    if (_mm512_test_epi16_mask(w, nonAscii) == 0) {
+      // ASCII: a byte a unit, four blocks at a time while it lasts.
+      p += 32;
+      count += 32;
+      while (end - p >= 128) {
+        const __m512i any = _mm512_or_si512(
+            _mm512_or_si512(_mm512_loadu_si512(p), _mm512_loadu_si512(p + 32)),
+            _mm512_or_si512(_mm512_loadu_si512(p + 64), _mm512_loadu_si512(p + 96)));
+        if (_mm512_test_epi16_mask(any, nonAscii) != 0) break;
+        p += 128;
+        count += 128;
+      }
+      continue;
+    }
+    const Utf16Block r = ClassifyUtf16(w);
     if (r.limit == 0) break;
     // One byte per unit, one more from 0x80 (surrogates: two each, four a
     // pair), one more for three-byte units.

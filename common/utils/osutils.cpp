@@ -394,6 +394,24 @@ tavrin_ustring ConstructOSLanguageCode() {
       Ask(&SystemQueries::preferredLanguage, platform::PreferredLanguage)));
 }
 
+// --- The platform layer -------------------------------------------------------------
+
+namespace internal {
+
+const char* PlatformLayerName() {
+  return platform::DescribeLayer().name;
+}
+
+const char* PlatformFolderRules() {
+  return platform::DescribeLayer().folders;
+}
+
+const char* PlatformRunLoop() {
+  return platform::DescribeLayer().run_loop;
+}
+
+}  // namespace internal
+
 // --- Opening and revealing ----------------------------------------------------------
 
 namespace internal {

@@ -60,6 +60,14 @@ using tavrin::utils::tavrin_ustring;
 [[nodiscard]] bool FormatUtf16V(const unsigned short* format, unsigned long length, va_list args,
                                 tavrin_ustring& out);
 
+// UseCLocale() - switches the calling thread (only it) to the "C" locale and
+// returns what RestoreLocale needs to switch it back; nullptr when the switch
+// could not be made (the thread keeps its locale). RestoreLocale(nullptr)
+// does nothing. Used around C library number formatting, whose decimal point
+// follows the thread's locale.
+void* UseCLocale();
+void RestoreLocale(void* previous);
+
 // ---------------------------------------------------------------------------
 // Section: identifiers and random bytes (guid).
 // ---------------------------------------------------------------------------
@@ -285,6 +293,16 @@ bool SendCommandAction(const char* action);
 #include <vector>
 
 namespace tavrin::platform {
+
+// LayerDescription() - short fixed texts saying what this platform layer is
+// built on, where its well-known folders come from and which run loop its
+// timers fire on; for tools and logs, never parsed.
+struct LayerDescription {
+  const char* name;
+  const char* folders;
+  const char* run_loop;
+};
+LayerDescription DescribeLayer();
 
 // The operating system's version as text, "major.minor.patch..." (Linux: the
 // kernel release of uname); "" when unavailable.

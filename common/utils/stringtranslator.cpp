@@ -2,6 +2,9 @@
 // Localization lookups.
 #include "common/utils/stringtranslator.h"
 
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <utility>
 
 #include "common/utils/fileutils.h"
@@ -47,23 +50,112 @@ tavrin_ustring::size_type ClosingQuote(const tavrin_ustring& line, tavrin_ustrin
   return tavrin_ustring::npos;
 }
 
-// The text between two quotes with the four escapes replaced, in order.
-tavrin_ustring Unescape(const tavrin_ustring& line, tavrin_ustring::size_type open,
-                        tavrin_ustring::size_type close) {
-  tavrin_ustring text = line.substr(open + 1, close - open - 1);
-  if (text.find(kBackslash) == tavrin_ustring::npos) return text;
-  static const tavrin_ustring kEscapes[4][2] = {
-      {tavrin_ustring("\\r"), tavrin_ustring("\r")},
-      {tavrin_ustring("\\n"), tavrin_ustring("\n")},
-      {tavrin_ustring("\\t"), tavrin_ustring("\t")},
-      {tavrin_ustring("\\\""), tavrin_ustring("\"")},
-  };
-  for (const auto& escape : kEscapes) text.replace_all(escape[0], escape[1]);
-  return text;
+// Writes units [p, p + n) of a quoted string to `out` with the four escapes
+// replaced and returns how many units it wrote (at most n). One pass gives
+// what replacing each escape everywhere, one after the other, gives: every
+// escape is a backslash and the unit after it, no escape's second unit and no
+// replacement is a backslash, so the escapes of a text never overlap and
+// replacing one never makes another.
+std::size_t CopyUnescaped(const unsigned short* p, std::size_t n, unsigned short* out) {
+  std::size_t written = 0;
+  for (std::size_t i = 0; i < n; ++i) {
+    unsigned short unit = p[i];
+    if (unit == kBackslash && i + 1 < n) {
+      switch (p[i + 1]) {
+        case 'r':
+          unit = '\r';
+          ++i;
+          break;
+        case 'n':
+          unit = '\n';
+          ++i;
+          break;
+        case 't':
+          unit = '\t';
+          ++i;
+          break;
+        case kQuote:
+          unit = kQuote;
+          ++i;
+          break;
+        default:
+          break;
+      }
+    }
+    out[written++] = unit;
+  }
+  return written;
 }
 
-// The positions of the four quotes of an entry line; false when one of the
-// last three is missing.
+// The text between two quotes with the four escapes replaced.
+tavrin_ustring Unescape(const tavrin_ustring& line, tavrin_ustring::size_type open,
+                        tavrin_ustring::size_type close) {
+  tavrin_ustring::string_type text(close - open - 1, 0);
+  text.resize(CopyUnescaped(line.data() + open + 1, text.size(), text.data()));
+  return tavrin_ustring(std::move(text));
+}
+
+// Appends the unescaped text between two quotes to `text`; returns its
+// offset and length there.
+std::pair<std::size_t, std::size_t> AppendUnescaped(const tavrin_ustring& line,
+                                                    tavrin_ustring::size_type open,
+                                                    tavrin_ustring::size_type close,
+                                                    std::vector<unsigned short>& text) {
+  const std::size_t offset = text.size();
+  text.resize(offset + (close - open - 1));
+  const std::size_t length =
+      CopyUnescaped(line.data() + open + 1, close - open - 1, text.data() + offset);
+  text.resize(offset + length);
+  return {offset, length};
+}
+
+// The hash of a key under compare's equality: its length and its units up to
+// the first zero unit. Four units at a time while no zero unit is among them.
+std::size_t KeyHash(const unsigned short* p, std::size_t n) {
+  constexpr std::uint64_t kMultiplier = 0x9E3779B97F4A7C15ull;
+  constexpr std::uint64_t kOnes = 0x0001000100010001ull;
+  constexpr std::uint64_t kHighs = 0x8000800080008000ull;
+  std::uint64_t h = n * kMultiplier;
+  std::size_t i = 0;
+  for (; i + 4 <= n; i += 4) {
+    std::uint64_t word;
+    std::memcpy(&word, p + i, sizeof word);
+    if (((word - kOnes) & ~word & kHighs) != 0) break;  // a zero unit among the four
+    h = (h ^ word) * kMultiplier;
+    h ^= h >> 32;
+  }
+  for (; i < n && p[i] != 0; ++i) {
+    h = (h ^ p[i]) * kMultiplier;
+    h ^= h >> 32;
+  }
+  return static_cast<std::size_t>(h ^ (h >> 29));
+}
+
+// compare's equality: the same length, and the same units up to the end or
+// up to a zero unit that both have at the same place.
+bool KeysEqual(const unsigned short* a, std::size_t an, const unsigned short* b, std::size_t bn) {
+  if (an != bn) return false;
+  if (std::memcmp(a, b, an * sizeof(unsigned short)) == 0) return true;
+  for (std::size_t i = 0; i < an; ++i) {
+    if (a[i] != b[i]) return false;
+    if (a[i] == 0) return true;
+  }
+  return true;
+}
+
+// compare's order: unit by unit over the shorter length, stopping at a zero
+// unit, then the shorter string first.
+bool KeyLess(const tavrin_ustring& a, const tavrin_ustring& b) {
+  const tavrin_ustring::size_type n = a.size() < b.size() ? a.size() : b.size();
+  const unsigned short* p = a.data();
+  const unsigned short* q = b.data();
+  for (tavrin_ustring::size_type i = 0; i < n; ++i) {
+    if (p[i] != q[i]) return p[i] < q[i];
+    if (p[i] == 0) break;
+  }
+  return a.size() < b.size();
+}
+
 bool FindQuotes(const tavrin_ustring& line, tavrin_ustring::size_type quotes[4]) {
   quotes[0] = 0;
   quotes[1] = ClosingQuote(line, 0);
@@ -105,40 +197,84 @@ void StringTableAccess::ReadLines(StringTranslator& translator,
     });
     tavrin_ustring::size_type quotes[4];
     if (!FindQuotes(line, quotes)) continue;
-    translator.m_strings.emplace(Unescape(line, quotes[0], quotes[1]),
-                                 Unescape(line, quotes[2], quotes[3]));
     report.Dismiss();
+    // The key goes to the end of the text block first; it stays there only
+    // when it is new.
+    const std::size_t text_size = translator.m_text.size();
+    const auto key = AppendUnescaped(line, quotes[0], quotes[1], translator.m_text);
+    const std::size_t hash = KeyHash(translator.m_text.data() + key.first, key.second);
+    Reserve(translator, translator.m_entries.size() + 1);
+    std::size_t slot = 0;
+    if (Find(translator, translator.m_text.data() + key.first, key.second, hash, &slot) !=
+        nullptr) {
+      translator.m_text.resize(text_size);  // defined before: the first definition wins
+      continue;
+    }
+    const auto value = AppendUnescaped(line, quotes[2], quotes[3], translator.m_text);
+    translator.m_entries.push_back(
+        StringTranslator::Entry{key.first, key.second, value.first, value.second, hash});
+    translator.m_slots[slot] = StringTranslator::Slot{hash, translator.m_entries.size()};
   }
 }
 
+const StringTranslator::Entry* StringTableAccess::Find(const StringTranslator& translator,
+                                                       const unsigned short* key,
+                                                       std::size_t length, std::size_t hash,
+                                                       std::size_t* free_slot) {
+  const std::vector<StringTranslator::Slot>& slots = translator.m_slots;
+  if (slots.empty()) return nullptr;
+  const std::size_t mask = slots.size() - 1;
+  std::size_t i = hash & mask;
+  for (; slots[i].entry != 0; i = (i + 1) & mask) {
+    if (slots[i].hash != hash) continue;
+    const StringTranslator::Entry& entry = translator.m_entries[slots[i].entry - 1];
+    if (KeysEqual(translator.m_text.data() + entry.key_offset, entry.key_length, key, length))
+      return &entry;
+  }
+  if (free_slot != nullptr) *free_slot = i;
+  return nullptr;
+}
+
+void StringTableAccess::Reserve(StringTranslator& translator, std::size_t entries) {
+  using Slot = StringTranslator::Slot;
+  std::vector<Slot>& slots = translator.m_slots;
+  // At most half the slots in use, so probes stay short and always end.
+  if (entries <= slots.size() / 2) return;
+  std::size_t count = slots.empty() ? 64 : slots.size();
+  while (entries > count / 2) count *= 2;
+  std::vector<Slot> grown(count, Slot{0, 0});
+  const std::size_t mask = count - 1;
+  for (const Slot& slot : slots) {
+    if (slot.entry == 0) continue;
+    std::size_t i = slot.hash & mask;
+    while (grown[i].entry != 0) i = (i + 1) & mask;
+    grown[i] = slot;
+  }
+  slots.swap(grown);
+}
+
 std::size_t StringTableAccess::Size(const StringTranslator& translator) {
-  return translator.m_strings.size();
+  return translator.m_entries.size();
 }
 
 std::vector<tavrin_ustring> StringTableAccess::Keys(const StringTranslator& translator) {
   std::vector<tavrin_ustring> keys;
-  keys.reserve(translator.m_strings.size());
-  for (const auto& entry : translator.m_strings) keys.push_back(entry.first);
+  keys.reserve(translator.m_entries.size());
+  for (const StringTranslator::Entry& entry : translator.m_entries)
+    keys.push_back(Text(translator, entry.key_offset, entry.key_length));
+  std::sort(keys.begin(), keys.end(), KeyLess);
   return keys;
+}
+
+tavrin_ustring StringTableAccess::Text(const StringTranslator& translator, std::size_t offset,
+                                       std::size_t length) {
+  const unsigned short* p = translator.m_text.data() + offset;
+  return tavrin_ustring(tavrin_ustring::string_type(p, p + length));
 }
 
 }  // namespace tavrin::utils::detail
 
 using tavrin::utils::tavrin_ustring;
-
-bool StringTranslator::KeyLess::operator()(const tavrin_ustring& a, const tavrin_ustring& b) const {
-  // tavrin_ustring::compare's order, without its calls: unit by unit over the
-  // shorter length, stopping at a zero unit as its ustrncmp does; then the
-  // shorter string first.
-  const tavrin_ustring::size_type n = a.size() < b.size() ? a.size() : b.size();
-  const unsigned short* p = a.data();
-  const unsigned short* q = b.data();
-  for (tavrin_ustring::size_type i = 0; i < n; ++i) {
-    if (p[i] != q[i]) return p[i] < q[i];
-    if (p[i] == 0) break;
-  }
-  return a.size() < b.size();
-}
 
 StringTranslator::~StringTranslator() = default;
 
@@ -146,6 +282,13 @@ bool StringTranslator::LoadStringTable(const tavrin_ustring& path,
                                        std::vector<StringTableParseError>* errors) {
   CTextFile file;
   if (!file.Open(path)) return false;
+  // Room for the whole file's text at once (a UTF-16 unit per byte at most),
+  // so the text block is not copied while it grows; pages that are not
+  // written are never touched. Very large files grow the block as they go.
+  constexpr unsigned long long kMaxReserve = 256ull << 20;
+  const unsigned long long size = tavrin::utils::FileSize(path);
+  if (size > 0 && size <= kMaxReserve)
+    m_text.reserve(m_text.size() + static_cast<std::size_t>(size));
   tavrin::utils::detail::StringTableAccess::ReadLines(
       *this, [&file](tavrin_ustring* line) { return file.GetLine(line); }, errors);
   return true;
@@ -153,10 +296,12 @@ bool StringTranslator::LoadStringTable(const tavrin_ustring& path,
 
 bool StringTranslator::LookupString(const tavrin_ustring& key, tavrin_ustring* out) const {
   if (out == nullptr) return false;
-  if (!key.empty() && !m_strings.empty()) {
-    const auto it = m_strings.find(key);
-    if (it != m_strings.end()) {
-      *out = it->second;
+  if (!key.empty() && !m_entries.empty()) {
+    using tavrin::utils::detail::StringTableAccess;
+    const Entry* entry = StringTableAccess::Find(
+        *this, key.data(), key.size(), tavrin::utils::detail::KeyHash(key.data(), key.size()));
+    if (entry != nullptr) {
+      *out = StringTableAccess::Text(*this, entry->value_offset, entry->value_length);
       return true;
     }
   }

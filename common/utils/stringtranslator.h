@@ -29,7 +29,7 @@
 // start on other threads.
 #pragma once
 
-#include <map>
+#include <cstddef>
 #include <vector>
 
 #include "common/utils/export.h"
@@ -51,8 +51,9 @@ struct TAVRIN_EXPORT StringTableParseError {
 
 // StringTranslator
 //
-// The translations loaded from string table files, ordered by key
-// (tavrin_ustring::compare).
+// The translations loaded from string table files: a map from key to
+// translation with keys compared as tavrin_ustring::compare does. Copyable
+// and movable.
 class TAVRIN_EXPORT StringTranslator {
  public:
   ~StringTranslator();
@@ -78,12 +79,27 @@ class TAVRIN_EXPORT StringTranslator {
 
  private:
   friend class tavrin::utils::detail::StringTableAccess;
-  // Orders keys as tavrin_ustring::compare does.
-  struct TAVRIN_EXPORT KeyLess {
-    bool operator()(const tavrin::utils::tavrin_ustring& a,
-                    const tavrin::utils::tavrin_ustring& b) const;
+  // One entry: where its key and translation lie in m_text, and the key's
+  // hash.
+  struct Entry {
+    std::size_t key_offset, key_length;
+    std::size_t value_offset, value_length;
+    std::size_t hash;
   };
-  std::map<tavrin::utils::tavrin_ustring, tavrin::utils::tavrin_ustring, KeyLess> m_strings;
+  // Keys are equal as tavrin_ustring::compare finds them equal (the same
+  // length and the same units up to the first zero unit). The map is kept as
+  // one block of text and an open-addressing index rather than a node per
+  // entry: loading a large table is then a few allocations in all, and the
+  // order of keys (compare's) is produced only when asked for.
+  std::vector<unsigned short> m_text;  // every key and translation, back to back
+  std::vector<Entry> m_entries;        // in the order they were added
+  // The index: a power-of-two number of slots, at most half of them used.
+  // A slot holds an entry's hash (so that most probes never touch the entry)
+  // and its index in m_entries plus 1 (0: empty).
+  struct Slot {
+    std::size_t hash, entry;
+  };
+  std::vector<Slot> m_slots;
 };
 
 namespace tavrin::utils::Localization {

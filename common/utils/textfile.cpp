@@ -133,21 +133,23 @@ bool CTextFile::GetLineUTF8(tavrin_ustring* line) {
 
 bool CTextFile::GetLineUTF16(tavrin_ustring* line) {
   if (!stream_ || !line) return false;
-  tavrin_ustring::string_type units;
+  tavrin_ustring::string_type& units = line->str();
+  units.clear();
+  // Byte by byte from the stream's buffer: getc is a macro-speed read where
+  // fread of two bytes goes through the whole read path each time.
   while (units.size() < kLineBufferSize - 1) {
-    unsigned char pair[2];
-    // A short read is the end of the file (an odd last byte is dropped).
-    if (std::fread(pair, 1, 2, stream_) != 2) break;
-    unsigned short unit = static_cast<unsigned short>(pair[0] | pair[1] << 8);
+    const int low = std::getc(stream_);
+    if (low == EOF) break;
+    const int high = std::getc(stream_);
+    if (high == EOF) break;  // an odd last byte is dropped
+    unsigned short unit = static_cast<unsigned short>(low | high << 8);
     if (unit == 0xFFFF) break;  // U+FFFF ends the line, as the end of file does
     if (bigEndian_) unit = static_cast<unsigned short>((unit >> 8) | (unit << 8));
     if (unit == 0x2028) unit = '\n';
     units.push_back(unit);
     if (unit == '\n') break;
   }
-  bool read = !units.empty();
-  *line = tavrin_ustring(std::move(units));
-  return read;
+  return !units.empty();
 }
 
 long CTextFile::GetPosition() const {

@@ -67,6 +67,16 @@ std::size_t Utf16PieceEnd(const UTF16* s, std::size_t from, std::size_t len) {
   return end;
 }
 
+// End of the piece of UTF-8 starting at `from` in a text that measured as
+// convertible: at most kPiece bytes, ending before a byte that starts a
+// sequence, so no sequence is split.
+std::size_t Utf8PieceEnd(const UTF8* s, std::size_t from, std::size_t len) {
+  if (len - from <= kPiece) return len;
+  std::size_t end = from + kPiece;
+  while (end > from + kPiece - 4 && (s[end] & 0xC0) == 0x80) --end;
+  return end;
+}
+
 }  // namespace
 
 tavrin_ustring::tavrin_ustring(const string_type& units) : str_(units) {}
@@ -159,6 +169,21 @@ void tavrin_ustring::assign_utf8(const char* s, unsigned long len) {
   const UTF8* end = begin + len;
   int n = SizeNeededForUTF16(begin, end, lenientConversion);
   if (n <= 0) return;  // invalid or truncated UTF-8: the whole string is empty
+  if (len > kPiece) {
+    // Reserved once at the final size and filled piece by piece from a
+    // buffer that stays in the cache, so the storage is written once.
+    str_.reserve(static_cast<std::size_t>(n));
+    UTF16 piece[kPiece];  // a byte gives at most one unit
+    for (std::size_t from = 0; from < len;) {
+      const std::size_t to = Utf8PieceEnd(begin, from, len);
+      const UTF8* src = begin + from;
+      UTF16* dst = piece;
+      ConvertUTF8toUTF16(&src, begin + to, &dst, piece + kPiece, lenientConversion);
+      str_.append(piece, static_cast<std::size_t>(dst - piece));
+      from = to;
+    }
+    return;
+  }
   ResizeAndFill(str_, static_cast<std::size_t>(n), [&](unsigned short* out) {
     const UTF8* src = begin;
     UTF16* dst = out;

@@ -179,6 +179,18 @@ void CLocaleScenario() {
   std::exit(0);
 }
 
+void BundleWithTablePathScenario() {
+  // With a bundle identifier the table is a platform table name, not a file:
+  // nothing is loaded, the result is true, and gettext has no catalog for
+  // that domain, so the key comes back.
+  const std::string dir = tavrin::test::FreshDir("bundle-table-path");
+  if (!tavrin::test::WriteFile(dir + "/none", "\"Open\" = \"Ouvrir\"\n")) std::exit(3);
+  if (!Localization::Initialize(tavrin_ustring("tv.bundle"), tavrin_ustring(dir + "/none")))
+    std::exit(2);
+  CHILD_EXPECT_EQ(Lookup("Open"), "Open");
+  std::exit(0);
+}
+
 TEST_F(LocalizationLinuxTest, TableNameIsTheTextDomain) {
   EXPECT_EXIT(TableNameScenario(), ::testing::ExitedWithCode(0), "");
 }
@@ -201,6 +213,10 @@ TEST_F(LocalizationLinuxTest, ProgramNameIsTheApplicationIdentifier) {
 
 TEST_F(LocalizationLinuxTest, UntranslatedKeysAndFallbacks) {
   EXPECT_EXIT(FallbackScenario(), ::testing::ExitedWithCode(0), "");
+}
+
+TEST_F(LocalizationLinuxTest, BundleIdentifierMakesTheTablePathADomain) {
+  EXPECT_EXIT(BundleWithTablePathScenario(), ::testing::ExitedWithCode(0), "");
 }
 
 TEST_F(LocalizationLinuxTest, CLocaleLeavesKeysUnchanged) {

@@ -2,9 +2,8 @@
 // real system: opening through GIO with desktop entries registered in the
 // test's own XDG tree (their commands write what they were given to files),
 // revealing without a session and over a private D-Bus session bus, the
-// os-release and DMI readers on files of the temporary tree, the locale of
-// the environment (C.UTF-8, and a comma-decimal locale compiled with
-// localedef into a private LOCPATH), the language code from the
+// locale of the environment (C.UTF-8, and a comma-decimal locale compiled
+// with localedef into a private LOCPATH), the language code from the
 // environment, and the user, program, kernel and sleeping answers.
 #include <gtest/gtest.h>
 #include <langinfo.h>
@@ -346,36 +345,6 @@ TEST_F(OsUtilsLinuxTest, ToolOpensUrlsAndFiles) {
   EXPECT_EQ(RunShell(Quote(tool) + " open --reveal tavrintest:x 2>/dev/null"), 2);
 }
 
-// --- os-release and DMI readers -------------------------------------------------------
-
-TEST_F(OsUtilsLinuxTest, OsReleasePrettyNameForms) {
-  using osutils::internal::ReadOsReleasePrettyName;
-  const std::string dir = FreshDir("os-release");
-  const std::pair<const char*, const char*> cases[] = {
-      {"NAME=\"Debian\"\nPRETTY_NAME=\"Debian GNU/Linux 12 (bookworm)\"\nID=debian\n",
-       "Debian GNU/Linux 12 (bookworm)"},
-      {"PRETTY_NAME='Single Quoted $HOME'\n", "Single Quoted $HOME"},
-      {"PRETTY_NAME=Bare\n", "Bare"},
-      {"PRETTY_NAME=\"Say \\\"hi\\\" \\\\ \\$x\"\n", "Say \"hi\" \\ $x"},
-      {"# PRETTY_NAME=\"commented\"\n  PRETTY_NAME=\"indented\"\n", "indented"},
-      {"PRETTY_NAME=\"first\"\nPRETTY_NAME=\"last wins\"\n", "last wins"},
-      {"PRETTY_NAME=\"crlf\"\r\nID=x\r\n", "crlf"},
-      {"PRETTY_NAME=\"unterminated\n", "unterminated"},
-      {"NAME=NoPretty\nXPRETTY_NAME=\"no\"\n", ""},
-      {"PRETTY_NAME=\"\"\n", ""},
-      {"", ""},
-  };
-  int n = 0;
-  for (const auto& [content, expected] : cases) {
-    const std::string path = dir + "/os-release." + std::to_string(++n);
-    ASSERT_TRUE(WriteFile(path, content));
-    const auto name = ReadOsReleasePrettyName(path);
-    ASSERT_TRUE(name.has_value()) << content;
-    EXPECT_EQ(*name, expected) << content;
-  }
-  EXPECT_FALSE(ReadOsReleasePrettyName(dir + "/absent").has_value());
-}
-
 TEST_F(OsUtilsLinuxTest, GetOsNamesTheSystem) {
   osutils::SystemQueries q;
   std::string name = "Test Linux 1.0 (unit)";
@@ -417,17 +386,6 @@ TEST_F(OsUtilsLinuxTest, KernelVersionMatchesUname) {
   EXPECT_GT(v.major, 0);
   EXPECT_EQ(osutils::GetOsVersionString().utf8(),
             std::to_string(major) + "." + std::to_string(minor));
-}
-
-TEST_F(OsUtilsLinuxTest, DmiFieldsFromADirectory) {
-  using osutils::internal::ReadDmiField;
-  const std::string dir = FreshDir("dmi");
-  WriteFile(dir + "/sys_vendor", "Framework\n");
-  WriteFile(dir + "/product_name", std::string(10000, 'x'));
-  EXPECT_EQ(ReadDmiField(dir, "sys_vendor"), "Framework\n");
-  EXPECT_EQ(ReadDmiField(dir, "product_name").size(), 4096u);  // bounded
-  EXPECT_EQ(ReadDmiField(dir, "board_name"), "");
-  EXPECT_EQ(ReadDmiField(dir, nullptr), "");
 }
 
 TEST_F(OsUtilsLinuxTest, DeviceInfoOfThisMachineIsTrimmedOrUnknown) {

@@ -87,4 +87,23 @@ TEST(LocalizationMacTest, BundleLookupsByIdentifier) {
   EXPECT_TRUE(Localization::LookupStringReturnUstring("Open").empty());
 }
 
+TEST(LocalizationMacTest, IdentifierWithTablePathLoadsNoFile) {
+  // With a bundle identifier the table is a platform table name, not a file:
+  // nothing is loaded and the result is true. No bundle has the identifier,
+  // so Foundation gives no answer at all. Runs in a child process of its own:
+  // Initialize keeps what it was given.
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const std::string dir = tavrin::test::FreshDir("bundle-table-path");
+  ASSERT_TRUE(tavrin::test::WriteFile(dir + "/none", "\"Open\" = \"Ouvrir\";\n"));
+  EXPECT_EXIT(
+      {
+        const AutoReleasePool pool;
+        const bool initialized =
+            Localization::Initialize(tavrin_ustring("tv.bundle"), tavrin_ustring(dir + "/none"));
+        const tavrin_ustring open = Localization::LookupStringReturnUstring("Open");
+        std::exit(initialized && open.empty() ? 0 : 1);
+      },
+      ::testing::ExitedWithCode(0), "");
+}
+
 }  // namespace

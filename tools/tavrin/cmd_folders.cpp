@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "common/utils/fileutils.h"
+#include "common/utils/internal/osutils_internal.h"
 #include "tools/tavrin/cli.h"
 
 namespace tavrin::cli {
@@ -17,8 +18,10 @@ namespace tu = tavrin::utils;
 const char kUsage[] =
     "usage: tavrin folders\n\n"
     "Prints the folders the library works in, one \"name: path\" line each, as\n"
-    "they follow from the environment ($HOME, $XDG_CONFIG_HOME/user-dirs.dirs,\n"
-    "$XDG_DATA_HOME, $XDG_DATA_DIRS, $TMPDIR, $XDG_CACHE_HOME). An empty path\n"
+    "they follow from the environment: with the Linux layer $HOME,\n"
+    "$XDG_CONFIG_HOME/user-dirs.dirs, $XDG_DATA_HOME, $XDG_DATA_DIRS, $TMPDIR and\n"
+    "$XDG_CACHE_HOME; with Foundation $HOME, Foundation's search paths (GNUstep:\n"
+    "its configuration file) and $TMPDIR, else NSTemporaryDirectory. An empty path\n"
     "means there is no such folder. Only the private temporary folder is created\n"
     "(mode 0700) when it is missing; the product folder is only looked up.\n\n"
     "Exit status: 0 ok, 2 usage error.\n";
@@ -83,6 +86,7 @@ void Demo(const DemoContext& ctx) {
   env.Set("XDG_CONFIG_HOME", "/home/ada/.config-absent");
   env.Set("XDG_DATA_HOME", "relative/ignored");
   env.Set("XDG_DATA_DIRS", "share:/opt/share/:/usr/share");
+  std::fprintf(ctx.out, "folders from %s\n", tavrin::osutils::internal::PlatformFolderRules());
   std::fprintf(ctx.out, "with HOME=/home/ada/, a relative XDG_DATA_HOME, XDG_DATA_DIRS=%s\n",
                "share:/opt/share/:/usr/share");
   PrintLine(ctx.out, "  home", tu::HomeDirectory());

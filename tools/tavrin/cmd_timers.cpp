@@ -1,11 +1,12 @@
-// cmd_timers.cpp - `tavrin timers`: a timer and a debouncer on a GLib main
-// loop driven by the tool, with every firing and callback shown.
+// cmd_timers.cpp - `tavrin timers`: a timer and a debouncer on the thread's
+// run loop driven by the tool, with every firing and callback shown.
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 
 #include "common/utils/debouncer.h"
+#include "common/utils/internal/osutils_internal.h"
 #include "common/utils/internal/runloop_internal.h"
 #include "common/utils/timer.h"
 #include "tools/tavrin/cli.h"
@@ -23,8 +24,9 @@ constexpr unsigned kGuardMs = 60000;  // no run waits longer than this
 const char kUsage[] =
     "usage: tavrin timers [--interval MS] [--count N] [--timeout MS] [--requests N]\n"
     "                     [--spacing MS]\n\n"
-    "Runs the library's timers on this thread's main loop (the thread-default GLib\n"
-    "main context) and shows what happens:\n"
+    "Runs the library's timers on this thread's run loop (the thread-default GLib\n"
+    "main context with the Linux layer, the thread's NSRunLoop with Foundation)\n"
+    "and shows what happens:\n"
     "  1. a timer firing every --interval milliseconds (default 20), --count times\n"
     "     (default 3; 0 and 1 both fire once), until it deletes itself;\n"
     "  2. a debouncer with a --timeout (default 100 ms) receiving --requests\n"
@@ -164,6 +166,7 @@ int Run(const Args& args) {
 
 void Demo(const DemoContext& ctx) {
   std::FILE* out = ctx.out;
+  std::fprintf(out, "run loop: %s\n", tavrin::osutils::internal::PlatformRunLoop());
   RunTimer(out, 10, 3, false);
   RunTimer(out, 10, 0, false);
   // The requests span 20 ms against a 150 ms timeout: even a busy machine
@@ -184,7 +187,7 @@ void Demo(const DemoContext& ctx) {
 
 }  // namespace
 
-TAVRIN_COMMAND({"timers", "run a timer and a debouncer on a GLib main loop", kUsage, Run, 45,
+TAVRIN_COMMAND({"timers", "run a timer and a debouncer on the thread's run loop", kUsage, Run, 45,
                 Demo});
 
 }  // namespace tavrin::cli

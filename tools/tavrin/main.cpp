@@ -10,6 +10,7 @@
 #include <iostream>
 #include <iterator>
 
+#include "common/utils/internal/osutils_internal.h"
 #include "tools/tavrin/cli.h"
 
 namespace tavrin::cli {
@@ -177,6 +178,7 @@ int RunDemo(const Args& args) {
                    [](const Command& a, const Command& b) { return a.demo_order < b.demo_order; });
   std::fprintf(stdout, "tavrin %s - a tour of the library over %s\n", TAVRIN_VERSION,
                ctx.examples.c_str());
+  std::fprintf(stdout, "platform layer: %s\n", tavrin::osutils::internal::PlatformLayerName());
   for (const Command& c : commands) {
     if (!c.demo) continue;
     std::fprintf(stdout, "\n== %s: %s ==\n", c.name, c.summary);

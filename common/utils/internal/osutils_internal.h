@@ -35,7 +35,16 @@ TAVRIN_EXPORT std::string EscapeUrlText(const std::string& utf8);
 // outside the supported list, for "C" and "POSIX".
 TAVRIN_EXPORT std::string LanguageCodeForLocaleName(const std::string& name);
 
-// --- Linux layer only. -------------------------------------------------------
+// PlatformLayerName(), PlatformFolderRules(), PlatformRunLoop()
+//
+// Short fixed texts (UTF-8, never empty) saying which platform layer the
+// library was built with, where its well-known folders come from and which
+// run loop its timers fire on, for the tavrin tool. Never parsed.
+TAVRIN_EXPORT const char* PlatformLayerName();
+TAVRIN_EXPORT const char* PlatformFolderRules();
+TAVRIN_EXPORT const char* PlatformRunLoop();
+
+// --- Layers that run on Linux (the Linux layer, GNUstep). ---------------------
 
 // ReadOsReleasePrettyName()
 //

@@ -4,6 +4,7 @@
 // Internal header (not installed); exported for the tests.
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <vector>
 
@@ -48,8 +49,23 @@ class TAVRIN_EXPORT StringTableAccess {
   // The number of entries of `translator`.
   static std::size_t Size(const StringTranslator& translator);
 
-  // The keys of `translator` in the order of its map.
+  // The keys of `translator` in tavrin_ustring::compare's order.
   static std::vector<tavrin_ustring> Keys(const StringTranslator& translator);
+
+  // The entry of `translator` whose key equals the `length` units at `key`
+  // (compare's equality), `hash` being that key's hash; null when none, with
+  // the slot where such a key would go in `*free_slot` when that is not null
+  // and the index has slots.
+  static const StringTranslator::Entry* Find(const StringTranslator& translator,
+                                             const unsigned short* key, std::size_t length,
+                                             std::size_t hash, std::size_t* free_slot = nullptr);
+
+  // Grows the index of `translator` so that it can hold `entries` entries.
+  static void Reserve(StringTranslator& translator, std::size_t entries);
+
+  // The `length` units at `offset` of the text block of `translator`.
+  static tavrin_ustring Text(const StringTranslator& translator, std::size_t offset,
+                             std::size_t length);
 };
 
 }  // namespace tavrin::utils::detail

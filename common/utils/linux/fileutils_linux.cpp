@@ -1,5 +1,7 @@
-// fileutils_linux.cpp - the POSIX side of the file-system, folder and
-// diagnostics seams declared in platform.h.
+// fileutils_linux.cpp - the Linux side of the file-system and folder seams
+// declared in platform.h: items, copies and removals through descriptors,
+// the XDG folders, the password database and the private temporary folder.
+// What every POSIX layer does alike lives in posix/fileutils_posix.cpp.
 //
 // Paths arrive as UTF-8 bytes. Every descriptor is opened close-on-exec, every
 // system call is retried on EINTR, and nothing here follows a symbolic link
@@ -26,69 +28,21 @@
 #include <vector>
 
 #include "common/utils/platform.h"
+#include "common/utils/posix/posix_internal.h"
 
 namespace tavrin::platform {
 namespace {
 
-template <class F>
-auto RetryOnEintr(F call) {
-  decltype(call()) result;
-  do {
-    result = call();
-  } while (result == -1 && errno == EINTR);
-  return result;
-}
-
-int OpenRetry(const char* path, int flags, mode_t mode = 0) {
-  return RetryOnEintr([&] { return ::open(path, flags | O_CLOEXEC, mode); });
-}
-
-// Writes all of `length` bytes; false on any error (errno is kept).
-bool WriteAll(int fd, const void* bytes, std::size_t length) {
-  const char* p = static_cast<const char*>(bytes);
-  while (length > 0) {
-    ssize_t n = ::write(fd, p, length);
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    p += n;
-    length -= static_cast<std::size_t>(n);
-  }
-  return true;
-}
-
-std::string GetEnv(const char* name) {
-  const char* v = std::getenv(name);
-  return v ? std::string(v) : std::string();
-}
-
-bool IsAbsolute(const std::string& p) {
-  return !p.empty() && p[0] == '/';
-}
-
-// "a" + "b" with exactly one "/" between them.
-std::string JoinRaw(const std::string& a, const std::string& b) {
-  if (a.empty()) return b;
-  if (a.back() == '/') return a + b;
-  return a + "/" + b;
-}
-
-// Strips trailing "/" but keeps a lone "/".
-std::string StripTrailingSlashes(std::string p) {
-  while (p.size() > 1 && p.back() == '/') p.pop_back();
-  return p;
-}
-
-// Folder that holds `path`: "." for a bare name, "/" for an item in the root.
-std::string ParentOf(const std::string& path) {
-  std::string p = StripTrailingSlashes(path);
-  std::size_t slash = p.rfind('/');
-  if (slash == std::string::npos) return ".";
-  while (slash > 0 && p[slash - 1] == '/') --slash;
-  if (slash == 0) return "/";
-  return p.substr(0, slash);
-}
+using posix::Environment;
+using posix::IsAbsolute;
+using posix::IsInside;
+using posix::Join;
+using posix::OpenRetry;
+using posix::ParentOf;
+using posix::RandomName;
+using posix::RetryOnEintr;
+using posix::StripTrailingSlashes;
+using posix::WriteAll;
 
 std::string LastComponentOf(const std::string& path) {
   std::string p = StripTrailingSlashes(path);
@@ -103,38 +57,6 @@ std::string RealPath(const std::string& path) {
   std::string result(resolved);
   std::free(resolved);
   return result;
-}
-
-bool RandomBytes(unsigned char* out, std::size_t n) {
-  std::size_t got = 0;
-  while (got < n) {
-    ssize_t r = ::getrandom(out + got, n - got, 0);
-    if (r < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    got += static_cast<std::size_t>(r);
-  }
-  return true;
-}
-
-// Six (or `count`) characters from [A-Za-z0-9], uniformly drawn.
-std::string RandomName(std::size_t count) {
-  static const char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
-  std::string out;
-  while (out.size() < count) {
-    unsigned char buf[32];
-    if (!RandomBytes(buf, sizeof buf)) {
-      std::random_device device;
-      for (unsigned char& b : buf) b = static_cast<unsigned char>(device());
-    }
-    for (unsigned char b : buf) {
-      if (b >= 248) continue;  // 248 = 4 * 62: keeps the draw uniform
-      out.push_back(kAlphabet[b % 62]);
-      if (out.size() == count) break;
-    }
-  }
-  return out;
 }
 
 bool PasswdOfUid(uid_t uid, std::string* dir, std::string* name) {
@@ -279,12 +201,6 @@ std::string ResolveLoosely(const std::string& path) {
   return out.empty() ? "/" : out;
 }
 
-bool IsInside(const std::string& outer, const std::string& inner) {
-  if (outer.empty() || inner.size() <= outer.size()) return false;
-  if (inner.compare(0, outer.size(), outer) != 0) return false;
-  return outer == "/" || inner[outer.size()] == '/';
-}
-
 bool CopyRegular(const std::string& source, const std::string& target, const struct stat& st) {
   int in = OpenRetry(source.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
   if (in < 0) return false;
@@ -339,24 +255,11 @@ bool CopyTree(const std::string& source, const std::string& target) {
   bool ok = ReadDirectory(source, entries);
   for (const DirectoryEntry& e : entries) {
     if (!ok) break;
-    ok = CopyTree(JoinRaw(source, e.name), JoinRaw(target, e.name));
+    ok = CopyTree(Join(source, e.name), Join(target, e.name));
   }
   if (ok && ::chmod(target.c_str(), st.st_mode & 07777) != 0) ok = false;
   if (!ok) RemoveItem(target);
   return ok;
-}
-
-// The recursive creation procedure of MakeUniqueDirectory: an existing item
-// succeeds; otherwise the parent is made first and then `path`, mode 0755.
-bool CreateWithParents0755(const std::string& path, int depth) {
-  if (path.empty() || depth > 4096) return false;
-  struct stat st;
-  if (::lstat(path.c_str(), &st) == 0) return true;
-  std::string parent = ParentOf(path);
-  if (parent != path && ::lstat(parent.c_str(), &st) != 0 &&
-      !CreateWithParents0755(parent, depth + 1))
-    return false;
-  return ::mkdir(path.c_str(), 0755) == 0 || errno == EEXIST;
 }
 
 }  // namespace
@@ -397,34 +300,6 @@ bool PathIsDeletable(const std::string& path) {
     if (me != 0 && me != item.st_uid && me != folder.st_uid) return false;
   }
   return true;
-}
-
-int LockPath(const std::string& path) {
-  if (path.empty()) return -1;
-  int fd = OpenRetry(path.c_str(), O_WRONLY | O_NONBLOCK);
-  if (fd < 0) return -1;
-  if (RetryOnEintr([&] { return ::flock(fd, LOCK_EX | LOCK_NB); }) != 0) {
-    ::close(fd);
-    return -1;
-  }
-  return fd;
-}
-
-bool UnlockPath(int* handle) {
-  if (!handle || *handle == -1) return false;
-  bool ok = RetryOnEintr([&] { return ::flock(*handle, LOCK_UN); }) == 0;
-  ::close(*handle);
-  *handle = -1;
-  return ok;
-}
-
-bool PathIsLocked(const std::string& path) {
-  int fd = OpenRetry(path.c_str(), O_WRONLY | O_NONBLOCK);
-  if (fd < 0) return false;
-  bool locked = RetryOnEintr([&] { return ::flock(fd, LOCK_EX | LOCK_NB); }) != 0;
-  if (!locked) ::flock(fd, LOCK_UN);
-  ::close(fd);
-  return locked;
 }
 
 bool SetOwnerWritable(const std::string& path, bool writable) {
@@ -479,26 +354,6 @@ std::int64_t GetOpenedFileTime(const std::string& path, FileTimeField field) {
   }
   ::close(fd);
   return result;
-}
-
-bool StatPath(const std::string& path, void* out) {
-  return !path.empty() && out && ::stat(path.c_str(), static_cast<struct stat*>(out)) == 0;
-}
-
-std::FILE* OpenStream(const std::string& path, const std::string& mode) {
-  if (path.empty() || mode.empty()) return nullptr;
-  std::string m = mode;
-  if (m.find('e') == std::string::npos) m += 'e';
-  return std::fopen(path.c_str(), m.c_str());
-}
-
-bool GetStreamTimes(std::FILE* stream, std::int64_t* status_change, std::int64_t* modification) {
-  if (!stream) return false;
-  struct stat st;
-  if (::fstat(::fileno(stream), &st) != 0) return false;
-  if (status_change) *status_change = st.st_ctime;
-  if (modification) *modification = st.st_mtime;
-  return true;
 }
 
 bool CopyItem(const std::string& source, const std::string& target) {
@@ -558,31 +413,6 @@ bool PathsOverlap(const std::string& a, const std::string& b) {
   return ra == rb || IsInside(ra, rb) || IsInside(rb, ra);
 }
 
-bool CreateDirectory(const std::string& path, unsigned int mode) {
-  if (path.empty()) return false;
-  if (::mkdir(path.c_str(), static_cast<mode_t>(mode)) == 0) return true;
-  return errno == EEXIST && PathIsDirectory(path);
-}
-
-bool CreateDirectories(const std::string& path, std::string* error_text) {
-  if (path.empty() || PathIsDirectory(path)) return true;
-  std::size_t pos = 0;
-  while (pos <= path.size()) {
-    std::size_t slash = path.find('/', pos);
-    if (slash == std::string::npos) slash = path.size();
-    if (slash > 0 && path[slash - 1] != '/') {
-      std::string prefix = path.substr(0, slash);
-      if (::mkdir(prefix.c_str(), 0777) != 0 && !(errno == EEXIST && PathIsDirectory(prefix))) {
-        int err = errno == EEXIST ? ENOTDIR : errno;
-        if (error_text) *error_text = ErrorText(err);
-        return false;
-      }
-    }
-    pos = slash + 1;
-  }
-  return true;
-}
-
 bool ReadDirectory(const std::string& path, std::vector<DirectoryEntry>& out) {
   if (path.empty()) return false;
   int fd = OpenRetry(path.c_str(), O_RDONLY | O_DIRECTORY);
@@ -640,7 +470,7 @@ bool WriteFileAtomically(const std::string& path, const void* bytes, std::size_t
   std::string temp;
   int fd = -1;
   for (int attempt = 0; attempt < 100 && fd < 0; ++attempt) {
-    temp = JoinRaw(folder, ".tavrin-" + RandomName(10) + ".tmp");
+    temp = Join(folder, ".tavrin-" + RandomName(10) + ".tmp");
     fd = OpenRetry(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0666);
     if (fd < 0 && errno != EEXIST) return false;
   }
@@ -667,13 +497,9 @@ bool WriteFileAtomically(const std::string& path, const void* bytes, std::size_t
   return true;
 }
 
-bool ChangeDirectory(const std::string& path) {
-  return ::chdir(path.c_str()) == 0;
-}
-
 std::string HomeDirectory() {
   // A relative $HOME is no answer: the password database is asked instead.
-  std::string home = GetEnv("HOME");
+  std::string home = Environment("HOME");
   if (IsAbsolute(home)) return home;
   std::string dir;
   if (PasswdOfUid(::geteuid(), &dir, nullptr) && IsAbsolute(dir)) return dir;
@@ -699,13 +525,13 @@ std::string HomeDirectoryOf(const std::string& login) {
 
 std::string DocumentsDirectory() {
   std::string home = HomeDirectory();
-  std::string config = GetEnv("XDG_CONFIG_HOME");
+  std::string config = Environment("XDG_CONFIG_HOME");
   if (!IsAbsolute(config)) {
     if (home.empty()) return {};
-    config = JoinRaw(home, ".config");
+    config = Join(home, ".config");
   }
   std::string text;
-  if (!ReadRegularFile(JoinRaw(config, "user-dirs.dirs"), text)) return {};
+  if (!ReadRegularFile(Join(config, "user-dirs.dirs"), text)) return {};
   // Lines look like XDG_DOCUMENTS_DIR="$HOME/Documents"; the value is either
   // "$HOME" followed by a path or an absolute path; a backslash escapes the
   // next character.
@@ -740,7 +566,7 @@ std::string DocumentsDirectory() {
     if (value.compare(0, 5, "$HOME") == 0 && (value.size() == 5 || value[5] == '/')) {
       if (home.empty()) continue;
       std::string rest = value.substr(5);
-      found = rest.empty() || rest == "/" ? home : JoinRaw(home, rest.substr(1));
+      found = rest.empty() || rest == "/" ? home : Join(home, rest.substr(1));
     } else if (IsAbsolute(value)) {
       found = value;
     }
@@ -749,15 +575,15 @@ std::string DocumentsDirectory() {
 }
 
 std::string UserApplicationDataDirectory() {
-  std::string data = GetEnv("XDG_DATA_HOME");
+  std::string data = Environment("XDG_DATA_HOME");
   if (IsAbsolute(data)) return data;
   std::string home = HomeDirectory();
   if (home.empty()) return {};
-  return JoinRaw(home, ".local/share");
+  return Join(home, ".local/share");
 }
 
 std::string MachineApplicationDataDirectory() {
-  std::string dirs = GetEnv("XDG_DATA_DIRS");
+  std::string dirs = Environment("XDG_DATA_DIRS");
   std::size_t pos = 0;
   while (pos <= dirs.size() && !dirs.empty()) {
     std::size_t colon = dirs.find(':', pos);
@@ -784,16 +610,16 @@ std::string ApplicationResourceDirectory() {
   std::string bin = ParentOf(exe);
   if (LastComponentOf(bin) != "bin") return {};
   std::string prefix = ParentOf(bin);
-  std::string candidate = JoinRaw(JoinRaw(prefix, "share"), ApplicationIdentifier());
+  std::string candidate = Join(Join(prefix, "share"), ApplicationIdentifier());
   return PathIsDirectory(candidate) ? candidate : std::string();
 }
 
 std::string LoginName() {
   std::string name;
   if (PasswdOfUid(::geteuid(), nullptr, &name) && !name.empty()) return name;
-  name = GetEnv("USER");
+  name = Environment("USER");
   if (!name.empty()) return name;
-  name = GetEnv("LOGNAME");
+  name = Environment("LOGNAME");
   if (!name.empty()) return name;
   return std::to_string(static_cast<unsigned long>(::geteuid()));
 }
@@ -803,18 +629,18 @@ std::string PrivateTemporaryDirectory() {
   static std::string kept;
   std::lock_guard<std::mutex> lock(mutex);
   if (kept.empty()) {
-    std::string base = GetEnv("TMPDIR");
+    std::string base = Environment("TMPDIR");
     if (!IsAbsolute(base)) base = "/tmp";
     base = StripTrailingSlashes(base);
     if (::access(base.c_str(), W_OK | X_OK) != 0) {
-      base = GetEnv("XDG_CACHE_HOME");
+      base = Environment("XDG_CACHE_HOME");
       if (!IsAbsolute(base)) {
         std::string home = HomeDirectory();
-        base = home.empty() ? std::string("/tmp") : JoinRaw(home, ".cache");
+        base = home.empty() ? std::string("/tmp") : Join(home, ".cache");
       }
       base = StripTrailingSlashes(base);
     }
-    kept = JoinRaw(base, ApplicationIdentifier() + "." + LoginName());
+    kept = Join(base, ApplicationIdentifier() + "." + LoginName());
   }
   for (int attempt = 0; attempt < 3; ++attempt) {
     struct stat st;
@@ -837,67 +663,8 @@ std::string PrivateTemporaryDirectory() {
   return {};
 }
 
-std::string UnusedRandomPath(const std::string& prefix) {
-  for (;;) {
-    std::string candidate = prefix + RandomName(6);
-    struct stat st;
-    if (::lstat(candidate.c_str(), &st) != 0) return candidate;
-  }
-}
-
-bool MakeUniqueDirectory(std::string& path_template) {
-  if (path_template.size() < 6) return false;
-  std::string work = path_template;
-  if (::mkdtemp(work.data())) {
-    path_template = work;
-    return true;
-  }
-  if (errno != ENOENT) return false;
-  std::string parent = ParentOf(path_template);
-  if (!CreateWithParents0755(parent, 0)) return false;
-  work = path_template;
-  if (!::mkdtemp(work.data())) return false;
-  path_template = work;
-  return true;
-}
-
-bool WriteTraceFile(const std::string& path, bool truncate, const std::string& bytes) {
-  if (path.empty()) return false;
-  // O_NOFOLLOW: a link planted at the path is never followed. O_NONBLOCK: a
-  // FIFO cannot stall the caller. Truncation waits until the file is known
-  // to be a regular file of this user; then a file left readable by others
-  // (an older one, or one made by hand) is narrowed to 0600 as well.
-  int fd = OpenRetry(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_NONBLOCK, 0600);
-  if (fd < 0) return false;
-  struct stat st;
-  bool ok = ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_uid == ::geteuid();
-  if (ok && truncate) ok = ::ftruncate(fd, 0) == 0;
-  if (ok && truncate && (st.st_mode & 07777) != 0600) ok = ::fchmod(fd, 0600) == 0;
-  if (ok) ok = WriteAll(fd, bytes.data(), bytes.size());
-  ::close(fd);
-  return ok;
-}
-
-bool AppendToFile(const std::string& path, const std::string& bytes) {
-  if (path.empty()) return false;
-  int fd = OpenRetry(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_NONBLOCK, 0600);
-  if (fd < 0) return false;
-  // One write for the whole message: with O_APPEND the kernel places it at
-  // the end of the file in one piece, so writers never interleave inside a
-  // message. WriteAll only loops on a short write.
-  bool ok = WriteAll(fd, bytes.data(), bytes.size());
-  if (::close(fd) != 0) ok = false;
-  return ok;
-}
-
 long CurrentProcessId() {
   return static_cast<long>(::getpid());
-}
-
-std::string ErrorText(int error_number) {
-  char buf[256];
-  const char* text = ::strerror_r(error_number, buf, sizeof buf);
-  return text ? std::string(text) : std::string();
 }
 
 }  // namespace tavrin::platform

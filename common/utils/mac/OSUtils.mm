@@ -54,6 +54,17 @@ NSWorkspace* Workspace() {
 
 }  // namespace
 
+LayerDescription DescribeLayer() {
+#if defined(GNUSTEP)
+  return {"Foundation (GNUstep)",
+          "GNUstep's search paths (~/Documents, ~/GNUstep/Library, the configured local library)",
+          "the thread's NSRunLoop"};
+#else
+  return {"Foundation (Apple)", "Foundation's search paths (~/Documents, ~/Library, /Library)",
+          "the thread's NSRunLoop"};
+#endif
+}
+
 std::string OsVersionText() {
   const AutoReleasePool pool;
 #if defined(GNUSTEP)

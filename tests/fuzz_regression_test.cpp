@@ -4,8 +4,11 @@
 // runs check them against every invariant of their target as well.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <ctime>
+#include <string>
+#include <vector>
 
 #include "common/utils/convertutf.h"
 #include "common/utils/localtime.h"
@@ -57,6 +60,59 @@ TEST(FuzzRegressionTest, BytesF47A908080FollowTheOlderF4Rule) {
   // A string made from these bytes is empty (one bad byte empties it all).
   EXPECT_TRUE(tavrin_ustring(reinterpret_cast<const char*>(in), 5).empty());
   EXPECT_EQ(tavrin_ustring(reinterpret_cast<const char*>(in), 4).size(), 2u);
+}
+
+// ustring_utf8_fuzz (corpus replay after the piecewise conversion of long
+// UTF-8 arrived): 2047 "Q", F4 7A 90 80, "0". Texts longer than one piece
+// (2048 bytes) are converted piece by piece; the piece end is moved back only
+// over continuation bytes, so it fell between F4 and 7A, which under the older
+// F4 rule belong to one sequence. The first piece then left F4 unconverted
+// and the second started at "z": the string differed from the converter's
+// one-pass result. Pieces now continue where the converter stopped.
+TEST(FuzzRegressionTest, LongTextWithF47A9080AcrossThePieceEndConvertsAsOnePass) {
+  std::string bytes(2047, 'Q');
+  bytes +=
+      "\xF4\x7A\x90\x80"
+      "0";
+  const auto* begin = reinterpret_cast<const UTF8*>(bytes.data());
+  const UTF8* end = begin + bytes.size();
+  const int n = SizeNeededForUTF16(begin, end, lenientConversion);
+  ASSERT_EQ(n, 2047 + 2 + 1);
+  std::vector<UTF16> expected(static_cast<std::size_t>(n));
+  const UTF8* src = begin;
+  UTF16* dst = expected.data();
+  ASSERT_EQ(ConvertUTF8toUTF16(&src, end, &dst, dst + n, lenientConversion), conversionOK);
+  EXPECT_EQ(expected[2047], 0xDBA9);  // U+FA400, the "z" inside it
+  const tavrin_ustring text(bytes);
+  ASSERT_EQ(text.size(), static_cast<std::size_t>(n));
+  EXPECT_TRUE(std::equal(expected.begin(), expected.end(), text.c_str()));
+  // The same through the other ways in, and back out.
+  tavrin_ustring assigned;
+  assigned.assign_utf8(bytes.data(), bytes.size());
+  EXPECT_EQ(assigned, text);
+  EXPECT_EQ(tavrin_ustring(bytes.c_str()), text);
+  EXPECT_EQ(tavrin_ustring(text.utf8()), text);
+}
+
+// ustring_utf8_fuzz (corpus replay, same change): 2100 "Q", a zero byte,
+// "0". The pieces were appended with the string's own copy, which stops at a
+// zero unit and zero-fills the rest, so every unit after the zero byte in its
+// piece came out as 0. The std::string constructor converts the whole length,
+// zero bytes included.
+TEST(FuzzRegressionTest, LongTextWithAZeroByteKeepsTheUnitsAfterIt) {
+  std::string bytes(2100, 'Q');
+  bytes += '\0';
+  bytes += "0\xC3\xBC";
+  const tavrin_ustring text(bytes);
+  ASSERT_EQ(text.size(), bytes.size() - 1);  // the last two bytes are one unit
+  EXPECT_EQ(text[2099], 'Q');
+  EXPECT_EQ(text[2100], 0);
+  EXPECT_EQ(text[2101], '0');
+  EXPECT_EQ(text[2102], 0xFC);
+  tavrin_ustring assigned(u"old");
+  assigned.assign_utf8(bytes.data(), bytes.size());
+  EXPECT_EQ(assigned.size(), text.size());
+  EXPECT_EQ(assigned[2101], '0');
 }
 
 }  // namespace

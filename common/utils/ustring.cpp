@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstring>
 #include <cwchar>
 #include <stdexcept>
 
@@ -68,8 +69,8 @@ std::size_t Utf16PieceEnd(const UTF16* s, std::size_t from, std::size_t len) {
 }
 
 // End of the piece of UTF-8 starting at `from` in a text that measured as
-// convertible: at most kPiece bytes, ending before a byte that starts a
-// sequence, so no sequence is split.
+// convertible: at most kPiece bytes, ending before a byte that is not a
+// continuation byte, so well-formed sequences are not split.
 std::size_t Utf8PieceEnd(const UTF8* s, std::size_t from, std::size_t len) {
   if (len - from <= kPiece) return len;
   std::size_t end = from + kPiece;
@@ -174,15 +175,28 @@ void tavrin_ustring::assign_utf8(const char* s, unsigned long len) {
     // buffer that stays in the cache, so the storage is written once.
     str_.reserve(static_cast<std::size_t>(n));
     UTF16 piece[kPiece];  // a byte gives at most one unit
-    for (std::size_t from = 0; from < len;) {
+    std::size_t from = 0;
+    while (from < len) {
       const std::size_t to = Utf8PieceEnd(begin, from, len);
       const UTF8* src = begin + from;
       UTF16* dst = piece;
       ConvertUTF8toUTF16(&src, begin + to, &dst, piece + kPiece, lenientConversion);
-      str_.append(piece, static_cast<std::size_t>(dst - piece));
-      from = to;
+      // Grown and filled with memcpy, not append(): the traits' copy stops at
+      // a zero unit, and a zero byte of the text is a zero unit here.
+      const std::size_t at = str_.size();
+      const auto count = static_cast<std::size_t>(dst - piece);
+      str_.resize(at + count);
+      std::memcpy(str_.data() + at, piece, count * sizeof(UTF16));
+      // The next piece starts where the converter stopped, not at `to`: the
+      // trail bytes of a sequence need not be continuation bytes (after F4
+      // only their upper bound is checked), so the piece end may still cut
+      // one, and the converter then leaves all of it to the next piece.
+      const std::size_t next = static_cast<std::size_t>(src - begin);
+      if (next == from) break;  // no progress: the whole conversion below decides
+      from = next;
     }
-    return;
+    if (from == len) return;
+    str_.clear();
   }
   ResizeAndFill(str_, static_cast<std::size_t>(n), [&](unsigned short* out) {
     const UTF8* src = begin;

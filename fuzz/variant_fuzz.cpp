@@ -574,8 +574,8 @@ struct Machine {
       for (int k = 0; k < count; ++k) {
         // A repeated key: the last value wins, assigned with operator= over
         // the earlier one, so a timestamp over a string keeps that string's
-        // reference there too. Counted for pooled strings; skipped for
-        // strings made here (nothing could release them afterwards).
+        // reference there too, and a null string keeps the earlier tag. Counted for pooled strings;
+        // skipped for strings made here (nothing could release them afterwards).
         const Model* old = MapFind(m, keys[k]);
         const Model& src = model[from[k]];
         if (old != nullptr && old->type == Variant::kString && src.type == Variant::kTimestamp) {
@@ -583,7 +583,15 @@ struct Machine {
           ++leaked[old->pool];
         }
         map[Ustring(keys[k])] = reg[from[k]];
-        MapSet(m, keys[k], CopyOf(src));
+        if (old != nullptr && IsNullString(src)) {
+          // A null string payload assigned over the earlier value: that value
+          // keeps its tag and gets a null payload, as in ModelCopy.
+          Model kept;
+          kept.type = old->type;
+          MapSet(m, keys[k], kept);
+        } else {
+          MapSet(m, keys[k], CopyOf(src));
+        }
       }
       m.type = Variant::kDictionary;
       if (kind & 0x80)

@@ -12,13 +12,17 @@
 
 #include "common/utils/convertutf.h"
 #include "common/utils/localtime.h"
+#include "common/utils/refcountedstring.h"
 #include "common/utils/tavrintime.h"
 #include "common/utils/ustring.h"
+#include "common/utils/variant.h"
 
 namespace {
 
+using tavrin::utils::RefCountedString;
 using tavrin::utils::tavrin_ustring;
 using tavrin::utils::Time;
+using tavrin::utils::Variant;
 
 // time_fuzz: "99989983948985944-30-055T 7:08:08985" saturates the year and
 // lands on an instant whose broken-down year (tm_year + 1900) is beyond int.
@@ -113,6 +117,29 @@ TEST(FuzzRegressionTest, LongTextWithAZeroByteKeepsTheUnitsAfterIt) {
   assigned.assign_utf8(bytes.data(), bytes.size());
   EXPECT_EQ(assigned.size(), text.size());
   EXPECT_EQ(assigned[2101], '0');
+}
+
+// variant_fuzz (600-second campaign): a dictionary built with the key "a"
+// twice, first a list and then a string Variant whose payload was set to a
+// null RefCountedString. The second value is assigned over the first, and a
+// null string payload keeps the target's tag: the entry stays a list, now
+// empty. The library does this as documented; the target's model had made the
+// entry empty instead and now follows the rule.
+TEST(FuzzRegressionTest, NullStringOverAListUnderARepeatedMapKeyKeepsTheListTag) {
+  Variant null_string(tavrin_ustring("text"));
+  null_string.Set(static_cast<RefCountedString*>(nullptr));
+  ASSERT_EQ(null_string.GetType(), Variant::kString);
+  Variant::Map map;
+  map[tavrin_ustring("a")] = Variant(Variant::List{Variant(1), Variant(2)});
+  map[tavrin_ustring("a")] = null_string;
+  const Variant dictionary(map);
+  const Variant& entry = dictionary.GetValue(tavrin_ustring("a"));
+  EXPECT_EQ(entry.GetType(), Variant::kList);
+  EXPECT_EQ(entry.GetArrayLength(), 0u);
+  // A new key starts as an empty Variant, which keeps its empty tag.
+  Variant::Map fresh;
+  fresh[tavrin_ustring("b")] = null_string;
+  EXPECT_EQ(Variant(fresh).GetValue(tavrin_ustring("b")).GetType(), Variant::kEmpty);
 }
 
 }  // namespace

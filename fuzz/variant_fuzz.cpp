@@ -585,10 +585,12 @@ struct Machine {
         map[Ustring(keys[k])] = reg[from[k]];
         if (old != nullptr && IsNullString(src)) {
           // A null string payload assigned over the earlier value: that value
-          // keeps its tag and gets a null payload, as in ModelCopy.
+          // keeps its tag and gets a null payload, as in ModelCopy; the map is
+          // then copied into the register, and a copy of a string tag with a
+          // null payload is empty (CopyOf).
           Model kept;
           kept.type = old->type;
-          MapSet(m, keys[k], kept);
+          MapSet(m, keys[k], CopyOf(kept));
         } else {
           MapSet(m, keys[k], CopyOf(src));
         }

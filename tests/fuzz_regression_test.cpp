@@ -11,11 +11,14 @@
 #include <vector>
 
 #include "common/utils/convertutf.h"
+#include "common/utils/internal/stringtable_internal.h"
 #include "common/utils/localtime.h"
 #include "common/utils/refcountedstring.h"
+#include "common/utils/stringtranslator.h"
 #include "common/utils/tavrintime.h"
 #include "common/utils/ustring.h"
 #include "common/utils/variant.h"
+#include "tests/test_support.h"
 
 namespace {
 
@@ -147,6 +150,26 @@ TEST(FuzzRegressionTest, NullStringOverAListUnderARepeatedMapKeyKeepsTheListTag)
   Variant::Map fresh;
   fresh[tavrin_ustring("b")] = null_string;
   EXPECT_EQ(Variant(fresh).GetValue(tavrin_ustring("b")).GetType(), Variant::kEmpty);
+}
+
+// stringtable_fuzz (corpus replay in the clang build after the string tables
+// moved to one text block): the line "" = "" twice. With an empty key and
+// value the text block is still empty, so the second lookup compared two null
+// pointers with memcmp (undefined even for length 0; clang's
+// UndefinedBehaviorSanitizer stops there). Empty keys now compare equal
+// without memcmp: one entry, the second line a repeat.
+TEST(FuzzRegressionTest, EmptyKeyAndValueTwiceMakeOneEntry) {
+  const std::string path = tavrin::test::FreshDir("emptykey") + "/table.strings";
+  ASSERT_TRUE(tavrin::test::WriteFile(path, "\"\" = \"\"\n\"\" = \"\"\n\"k\" = \"v\"\n"));
+  StringTranslator translator;
+  std::vector<StringTableParseError> errors;
+  ASSERT_TRUE(translator.LoadStringTable(tavrin_ustring(path), &errors));
+  EXPECT_TRUE(errors.empty());
+  EXPECT_EQ(tavrin::utils::detail::StringTableAccess::Size(translator), 2u);
+  tavrin_ustring out;
+  EXPECT_FALSE(translator.LookupString(tavrin_ustring(), &out));  // never for the empty key
+  EXPECT_TRUE(translator.LookupString(tavrin_ustring("k"), &out));
+  EXPECT_EQ(out, tavrin_ustring("v"));
 }
 
 }  // namespace

@@ -135,6 +135,7 @@ std::size_t KeyHash(const unsigned short* p, std::size_t n) {
 // up to a zero unit that both have at the same place.
 bool KeysEqual(const unsigned short* a, std::size_t an, const unsigned short* b, std::size_t bn) {
   if (an != bn) return false;
+  if (an == 0) return true;  // an empty key may come with a null pointer; memcmp must not see it
   if (std::memcmp(a, b, an * sizeof(unsigned short)) == 0) return true;
   for (std::size_t i = 0; i < an; ++i) {
     if (a[i] != b[i]) return false;
